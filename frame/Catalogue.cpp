@@ -1,0 +1,68 @@
+// The catalogue rows. The indices are part of the contract with hosts and
+// never move, including the Fly Apart row behind the wrapped effects.
+#include "frame/Catalogue.h"
+
+#include "effects/Metallic.h"
+#include "frame/Wrappers.h"
+
+namespace halcyra {
+namespace {
+
+template <class Effect>
+IVideoEffect* Make() {
+    return new Effect();
+}
+
+constexpr IVideoEffect* (*kNotBuilt)() = nullptr;
+
+constexpr CatalogueRow kRows[kCatalogueSize] = {
+    {"CRoll", "Corvane Roll", 2, kNotBuilt},
+    {"CShake", "Corvane Shake", 2, kNotBuilt},
+    {"CShear", "Corvane Shear", 2, kNotBuilt},
+    {"CSmear", "Corvane Smear", 2, kNotBuilt},
+    {"CSpin", "Corvane Spin", 2, kNotBuilt},
+    {"CWave", "Corvane Wave", 2, kNotBuilt},
+    {"CZoom", "Corvane Zoom", 2, kNotBuilt},
+    {"D3DPlaneExplode", "Corvane 3D Plane Explode", 2, kNotBuilt},
+    {"D3DBoxExplode", "Corvane 3D Box Explode", 2, kNotBuilt},
+    {"D3DTwist", "Corvane 3D Twist", 2, kNotBuilt},
+    {"D3DRings", "Corvane 3D Rotating Frames", 2, kNotBuilt},
+    {"D3DChessBoard", "Corvane 3D Checker Board", 2, kNotBuilt},
+    {"D3DMNCubesFly", "Corvane 3D Bouncing Cubes", 2, kNotBuilt},
+    {"D3DSpiral", "Corvane 3D Spiral", 2, kNotBuilt},
+    {"D3DSpiralRotation", "Corvane 3D Spiral Rotation", 2, kNotBuilt},
+    {"D3DBoxInversion", "Corvane 3D Box Fold", 2, kNotBuilt},
+    {"D3DRingsVibration", "Corvane 3D Bouncing Frames", 2, kNotBuilt},
+    {"D3DWave", "Corvane 3D Wave", 2, kNotBuilt},
+    {"D3DKnolls", "Corvane 3D Wiggle", 2, kNotBuilt},
+    {"D3DBlowingLeaves", "Corvane 3D Confetti", 2, kNotBuilt},
+    {"CGlow", "Corvane Glow", 2, kNotBuilt},
+    {"CHalo", "Corvane Halo", 2, kNotBuilt},
+    {"CMetallic", "Corvane Metallic", 2, Make<CMetallic>},
+    {"CWrapAirbrush", "Airbrush HY", 1, kNotBuilt},
+    {"CWrapColorize", "Colorize HY", 1, kNotBuilt},
+    {"CWrapLinedrawing", "Linedrawing HY", 1, kNotBuilt},
+    {"CWrapMetallic", "Metallic HY", 1, Make<CWrapMetallic>},
+    {"CWrapPastelsketch", "Pastelsketch HY", 1, kNotBuilt},
+    {"CWrapEarthquake", "Earthquake HY", 1, kNotBuilt},
+    {"CWrapMotionblur", "Motionblur HY", 1, kNotBuilt},
+    {"CWrapShearenergy", "Shearenergy HY", 1, kNotBuilt},
+    {"CWrapZoomblur", "Zoomblur HY", 1, kNotBuilt},
+    {"CWrapActivecamera", "Activecamera HY", 1, kNotBuilt},
+    {"D3DLeafBlower", "Corvane 3D Fly Apart", 2, kNotBuilt},
+    {"CWipe", "Corvane Road Sign", 2, kNotBuilt},
+    {"CWedding", "Corvane Wedding", 2, kNotBuilt},
+    {"CStar", "Corvane Star", 2, kNotBuilt},
+};
+
+}  // namespace
+
+const CatalogueRow& CatalogueEntry(int32_t index) { return kRows[index]; }
+
+IVideoEffect* CreateCatalogueEffect(int32_t index) {
+    const auto row = static_cast<uint32_t>(index);
+    if (row >= static_cast<uint32_t>(kCatalogueSize) || kRows[row].create == nullptr) return nullptr;
+    return kRows[row].create();
+}
+
+}  // namespace halcyra

@@ -2,8 +2,13 @@
 // never move, including the Fly Apart row behind the wrapped effects.
 #include "frame/Catalogue.h"
 
+#include "effects/Camera.h"
+#include "effects/Glow.h"
 #include "effects/Metallic.h"
+#include "effects/Zoom.h"
 #include "frame/Wrappers.h"
+#include "transitions/BouncingCubes.h"
+#include "transitions/CheckerBoard.h"
 
 namespace halcyra {
 namespace {
@@ -17,18 +22,18 @@ constexpr IVideoEffect* (*kNotBuilt)() = nullptr;
 
 constexpr CatalogueRow kRows[kCatalogueSize] = {
     {"CRoll", "Corvane Roll", 2, kNotBuilt},
-    {"CShake", "Corvane Shake", 2, kNotBuilt},
+    {"CShake", "Corvane Shake", 2, Make<CShake>},
     {"CShear", "Corvane Shear", 2, kNotBuilt},
     {"CSmear", "Corvane Smear", 2, kNotBuilt},
     {"CSpin", "Corvane Spin", 2, kNotBuilt},
     {"CWave", "Corvane Wave", 2, kNotBuilt},
-    {"CZoom", "Corvane Zoom", 2, kNotBuilt},
+    {"CZoom", "Corvane Zoom", 2, Make<CZoom>},
     {"D3DPlaneExplode", "Corvane 3D Plane Explode", 2, kNotBuilt},
     {"D3DBoxExplode", "Corvane 3D Box Explode", 2, kNotBuilt},
     {"D3DTwist", "Corvane 3D Twist", 2, kNotBuilt},
     {"D3DRings", "Corvane 3D Rotating Frames", 2, kNotBuilt},
-    {"D3DChessBoard", "Corvane 3D Checker Board", 2, kNotBuilt},
-    {"D3DMNCubesFly", "Corvane 3D Bouncing Cubes", 2, kNotBuilt},
+    {"D3DChessBoard", "Corvane 3D Checker Board", 2, Make<D3DChessBoard>},
+    {"D3DMNCubesFly", "Corvane 3D Bouncing Cubes", 2, Make<D3DMNCubesFly>},
     {"D3DSpiral", "Corvane 3D Spiral", 2, kNotBuilt},
     {"D3DSpiralRotation", "Corvane 3D Spiral Rotation", 2, kNotBuilt},
     {"D3DBoxInversion", "Corvane 3D Box Fold", 2, kNotBuilt},
@@ -36,19 +41,19 @@ constexpr CatalogueRow kRows[kCatalogueSize] = {
     {"D3DWave", "Corvane 3D Wave", 2, kNotBuilt},
     {"D3DKnolls", "Corvane 3D Wiggle", 2, kNotBuilt},
     {"D3DBlowingLeaves", "Corvane 3D Confetti", 2, kNotBuilt},
-    {"CGlow", "Corvane Glow", 2, kNotBuilt},
-    {"CHalo", "Corvane Halo", 2, kNotBuilt},
+    {"CGlow", "Corvane Glow", 2, Make<CGlow>},
+    {"CHalo", "Corvane Halo", 2, Make<CHalo>},
     {"CMetallic", "Corvane Metallic", 2, Make<CMetallic>},
-    {"CWrapAirbrush", "Airbrush HY", 1, kNotBuilt},
+    {"CWrapAirbrush", "Airbrush HY", 1, Make<CWrapAirbrush>},
     {"CWrapColorize", "Colorize HY", 1, kNotBuilt},
-    {"CWrapLinedrawing", "Linedrawing HY", 1, kNotBuilt},
+    {"CWrapLinedrawing", "Linedrawing HY", 1, Make<CWrapLinedrawing>},
     {"CWrapMetallic", "Metallic HY", 1, Make<CWrapMetallic>},
-    {"CWrapPastelsketch", "Pastelsketch HY", 1, kNotBuilt},
+    {"CWrapPastelsketch", "Pastelsketch HY", 1, Make<CWrapPastelsketch>},
     {"CWrapEarthquake", "Earthquake HY", 1, kNotBuilt},
     {"CWrapMotionblur", "Motionblur HY", 1, kNotBuilt},
     {"CWrapShearenergy", "Shearenergy HY", 1, kNotBuilt},
-    {"CWrapZoomblur", "Zoomblur HY", 1, kNotBuilt},
-    {"CWrapActivecamera", "Activecamera HY", 1, kNotBuilt},
+    {"CWrapZoomblur", "Zoomblur HY", 1, Make<CWrapZoomblur>},
+    {"CWrapActivecamera", "Activecamera HY", 1, Make<CWrapActivecamera>},
     {"D3DLeafBlower", "Corvane 3D Fly Apart", 2, kNotBuilt},
     {"CWipe", "Corvane Road Sign", 2, kNotBuilt},
     {"CWedding", "Corvane Wedding", 2, kNotBuilt},

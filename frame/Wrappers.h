@@ -2,14 +2,42 @@
 // inner effect and its table. A wrapper is declared once its inner effect exists.
 #pragma once
 
+#include "effects/Camera.h"
 #include "effects/Metallic.h"
+#include "effects/Sketch.h"
+#include "effects/Zoom.h"
 #include "frame/WrapperTables.h"
 
 namespace halcyra {
 
+class CWrapAirbrush final : public WrappedEffect<CAirbrush> {
+public:
+    CWrapAirbrush() : WrappedEffect(kWrapAirbrush) {}
+};
+
+class CWrapLinedrawing final : public WrappedEffect<CLinedrawing> {
+public:
+    CWrapLinedrawing() : WrappedEffect(kWrapLinedrawing) {}
+};
+
+class CWrapPastelsketch final : public WrappedEffect<CPastelsketch> {
+public:
+    CWrapPastelsketch() : WrappedEffect(kWrapPastelsketch) {}
+};
+
 class CWrapMetallic final : public WrappedEffect<CMetallicEffect> {
 public:
     CWrapMetallic() : WrappedEffect(kWrapMetallic) {}
+};
+
+class CWrapZoomblur final : public WrappedEffect<CZoomblur> {
+public:
+    CWrapZoomblur() : WrappedEffect(kWrapZoomblur) {}
+};
+
+class CWrapActivecamera final : public WrappedEffect<CActivecamera> {
+public:
+    CWrapActivecamera() : WrappedEffect(kWrapActivecamera) {}
 };
 
 }  // namespace halcyra

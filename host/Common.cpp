@@ -90,10 +90,14 @@ std::string FormatNumber(double value, int precision) {
 
 namespace {
 std::atomic<bool> interrupted{false};
-extern "C" void OnInterrupt(int) { interrupted.store(true); }
+extern "C" void OnInterrupt(int) {
+    interrupted.store(true);
+}
 }  // namespace
 
-bool InterruptRequested() { return interrupted.load(std::memory_order_relaxed); }
+bool InterruptRequested() {
+    return interrupted.load(std::memory_order_relaxed);
+}
 
 void InstallInterruptHandler() {
     std::signal(SIGINT, OnInterrupt);

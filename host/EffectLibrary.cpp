@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 
 namespace halcyra::host {
@@ -19,15 +20,43 @@ constexpr int kProbeLimit = 64;
 
 // Display names of the fixed catalogue, used only to tell the user which row an
 // index or name means when this build of the library does not offer it yet.
-constexpr const char* kCatalogueNames[] = {
-    "Corvane Roll", "Corvane Shake", "Corvane Shear", "Corvane Smear", "Corvane Spin", "Corvane Wave",
-    "Corvane Zoom", "Corvane 3D Plane Explode", "Corvane 3D Box Explode", "Corvane 3D Twist",
-    "Corvane 3D Rotating Frames", "Corvane 3D Checker Board", "Corvane 3D Bouncing Cubes", "Corvane 3D Spiral",
-    "Corvane 3D Spiral Rotation", "Corvane 3D Box Fold", "Corvane 3D Bouncing Frames", "Corvane 3D Wave",
-    "Corvane 3D Wiggle", "Corvane 3D Confetti", "Corvane Glow", "Corvane Halo", "Corvane Metallic",
-    "Airbrush HY", "Colorize HY", "Linedrawing HY", "Metallic HY", "Pastelsketch HY", "Earthquake HY",
-    "Motionblur HY", "Shearenergy HY", "Zoomblur HY", "Activecamera HY", "Corvane 3D Fly Apart",
-    "Corvane Road Sign", "Corvane Wedding", "Corvane Star"};
+constexpr const char* kCatalogueNames[] = {"Corvane Roll",
+                                           "Corvane Shake",
+                                           "Corvane Shear",
+                                           "Corvane Smear",
+                                           "Corvane Spin",
+                                           "Corvane Wave",
+                                           "Corvane Zoom",
+                                           "Corvane 3D Plane Explode",
+                                           "Corvane 3D Box Explode",
+                                           "Corvane 3D Twist",
+                                           "Corvane 3D Rotating Frames",
+                                           "Corvane 3D Checker Board",
+                                           "Corvane 3D Bouncing Cubes",
+                                           "Corvane 3D Spiral",
+                                           "Corvane 3D Spiral Rotation",
+                                           "Corvane 3D Box Fold",
+                                           "Corvane 3D Bouncing Frames",
+                                           "Corvane 3D Wave",
+                                           "Corvane 3D Wiggle",
+                                           "Corvane 3D Confetti",
+                                           "Corvane Glow",
+                                           "Corvane Halo",
+                                           "Corvane Metallic",
+                                           "Airbrush HY",
+                                           "Colorize HY",
+                                           "Linedrawing HY",
+                                           "Metallic HY",
+                                           "Pastelsketch HY",
+                                           "Earthquake HY",
+                                           "Motionblur HY",
+                                           "Shearenergy HY",
+                                           "Zoomblur HY",
+                                           "Activecamera HY",
+                                           "Corvane 3D Fly Apart",
+                                           "Corvane Road Sign",
+                                           "Corvane Wedding",
+                                           "Corvane Star"};
 constexpr int kCatalogueSize = static_cast<int>(std::size(kCatalogueNames));
 
 // Lower case without the "Corvane " prefix: the form names are matched in.
@@ -63,7 +92,9 @@ size_t EditDistance(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-bool CatalogueEntry::KeepsState() const { return ToLower(name).find("earthquake") != std::string::npos; }
+bool CatalogueEntry::KeepsState() const {
+    return ToLower(name).find("earthquake") != std::string::npos;
+}
 
 EffectLibrary::EffectLibrary(const std::string& explicitPath) {
     std::vector<std::string> candidates;
@@ -71,7 +102,7 @@ EffectLibrary::EffectLibrary(const std::string& explicitPath) {
         // dlopen reads a name without a slash as a search, not as a file here.
         bool bareName = explicitPath.find('/') == std::string::npos;
         candidates.push_back(bareName && access(explicitPath.c_str(), F_OK) == 0 ? "./" + explicitPath
-                                                                                  : explicitPath);
+                                                                                 : explicitPath);
     } else {
         std::string dir = ExecutableDirectory();
         if (!dir.empty()) {
@@ -91,6 +122,11 @@ EffectLibrary::EffectLibrary(const std::string& explicitPath) {
         handle = dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (handle) {
             path = candidate;
+            // Messages show the directory without "bin/..", the file name as found.
+            size_t slash = candidate.rfind('/');
+            char resolved[PATH_MAX];
+            if (slash != std::string::npos && realpath(candidate.substr(0, slash + 1).c_str(), resolved))
+                path = std::string(resolved) + candidate.substr(slash);
             break;
         }
         const char* error = dlerror();
@@ -114,7 +150,9 @@ const char* EffectLibrary::Name() const {
     return name ? name : "";
 }
 
-EffectPtr EffectLibrary::Create(int index) const { return EffectPtr(library->CreateEffect(index)); }
+EffectPtr EffectLibrary::Create(int index) const {
+    return EffectPtr(library->CreateEffect(index));
+}
 
 void EffectLibrary::Probe() {
     for (int index = 0; index < kProbeLimit; ++index) {
@@ -165,10 +203,23 @@ const CatalogueEntry& EffectLibrary::Resolve(std::string_view query) const {
         for (const CatalogueEntry* entry : containing) names.push_back(entry->name);
         throw HostError("effect name \"" + text + "\" is ambiguous: " + describe(names));
     }
-    for (int i = 0; i < kCatalogueSize; ++i)
-        if (MatchKey(kCatalogueNames[i]) == key)
-            throw HostError("effect " + std::to_string(i) + " (" + kCatalogueNames[i] +
-                            ") is not available in this build of " + path);
+    // A catalogue row this build lacks, named exactly or by a unique part.
+    int missingRow = -1, partialMatches = 0;
+    for (int i = 0; i < kCatalogueSize; ++i) {
+        std::string candidate = MatchKey(kCatalogueNames[i]);
+        if (candidate == key) {
+            missingRow = i;
+            partialMatches = 1;
+            break;
+        }
+        if (candidate.find(key) != std::string::npos) {
+            missingRow = i;
+            ++partialMatches;
+        }
+    }
+    if (partialMatches == 1)
+        throw HostError("effect " + std::to_string(missingRow) + " (" + kCatalogueNames[missingRow] +
+                        ") is not available in this build of " + path);
     std::vector<std::string> close;
     for (const CatalogueEntry& entry : entries) {
         std::string candidate = MatchKey(entry.name);

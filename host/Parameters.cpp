@@ -5,15 +5,17 @@
 
 #include <cctype>
 #include <cmath>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace halcyra::host {
 
 namespace {
 
-std::string FixedText(const char* field, size_t capacity) { return std::string(field, strnlen(field, capacity)); }
+std::string FixedText(const char* field, size_t capacity) {
+    return std::string(field, strnlen(field, capacity));
+}
 
 std::string ShownName(const std::string& raw) {
     // Localisation strings "$$$/KEY=Default text": a host shows the default text.
@@ -30,8 +32,8 @@ double DisplayFromNormalised(const ParameterInfo& info, float value) {
 }
 
 [[noreturn]] void Reject(const ParameterSpec& spec, std::string_view text, const std::string& expected) {
-    throw HostError("bad value \"" + std::string(text) + "\" for parameter \"" + spec.shownName + "\": " +
-                    expected);
+    throw HostError("bad value \"" + std::string(text) + "\" for parameter \"" + spec.shownName +
+                    "\": " + expected);
 }
 
 }  // namespace
@@ -62,42 +64,57 @@ std::vector<ParameterSpec> ReadParameters(IVideoEffect* effect) {
 
 const char* TypeName(int32_t type) {
     switch (type) {
-        case kParamPoint: return "point";
-        case kParamChoice: return "choice";
-        case kParamFloat: return "float";
-        case kParamColour: return "colour";
-        case kParamBool: return "bool";
-        default: return "unknown";
+        case kParamPoint:
+            return "point";
+        case kParamChoice:
+            return "choice";
+        case kParamFloat:
+            return "float";
+        case kParamColour:
+            return "colour";
+        case kParamBool:
+            return "bool";
+        default:
+            return "unknown";
     }
 }
 
 std::string RangeText(const ParameterSpec& spec) {
     switch (spec.info.type) {
-        case kParamFloat: return FormatNumber(spec.info.minimum) + " .. " + FormatNumber(spec.info.maximum);
-        case kParamPoint: return "x,y in % of the frame";
-        case kParamColour: return "#rrggbb";
-        case kParamBool: return "on/off";
-        case kParamChoice: return std::to_string(spec.choices.size()) + " options";
-        default: return "";
+        case kParamFloat:
+            return FormatNumber(spec.info.minimum) + " .. " + FormatNumber(spec.info.maximum);
+        case kParamPoint:
+            return "x,y in % of the frame";
+        case kParamColour:
+            return "#rrggbb";
+        case kParamBool:
+            return "on/off";
+        case kParamChoice:
+            return std::to_string(spec.choices.size()) + " options";
+        default:
+            return "";
     }
 }
 
 std::string DisplayValue(const ParameterSpec& spec, const ParameterData& value) {
     char buffer[64];
     switch (spec.info.type) {
-        case kParamFloat: return FormatNumber(DisplayFromNormalised(spec.info, value.number));
+        case kParamFloat:
+            return FormatNumber(DisplayFromNormalised(spec.info, value.number));
         case kParamPoint:
             return FormatNumber(value.point[0] * 100.0) + "," + FormatNumber(value.point[1] * 100.0);
         case kParamColour:
-            std::snprintf(buffer, sizeof buffer, "#%02x%02x%02x", value.colour & 0xFF, (value.colour >> 8) & 0xFF,
-                          (value.colour >> 16) & 0xFF);
+            std::snprintf(buffer, sizeof buffer, "#%02x%02x%02x", value.colour & 0xFF,
+                          (value.colour >> 8) & 0xFF, (value.colour >> 16) & 0xFF);
             return buffer;
-        case kParamBool: return value.flag ? "on" : "off";
+        case kParamBool:
+            return value.flag ? "on" : "off";
         case kParamChoice:
             if (value.choice >= 0 && static_cast<size_t>(value.choice) < spec.choices.size())
                 return "\"" + spec.choices[value.choice] + "\"";
             return std::to_string(value.choice);
-        default: return "?";
+        default:
+            return "?";
     }
 }
 
@@ -111,15 +128,18 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
             double display = 0;
             std::string expected = "a number from " + FormatNumber(minimum) + " to " + FormatNumber(maximum);
             if (!ParseDouble(text, display)) Reject(spec, rawText, expected);
-            if (display < minimum || display > maximum) Reject(spec, rawText, "out of range, expected " + expected);
+            if (display < minimum || display > maximum)
+                Reject(spec, rawText, "out of range, expected " + expected);
             double span = maximum - minimum;
             data.number = span == 0.0 ? 0.0f : static_cast<float>((display - minimum) / span);
             return data;
         }
         case kParamColour: {
             std::string hex = text;
-            if (!hex.empty() && hex[0] == '#') hex.erase(0, 1);
-            else if (hex.size() > 2 && (hex.rfind("0x", 0) == 0 || hex.rfind("0X", 0) == 0)) hex.erase(0, 2);
+            if (!hex.empty() && hex[0] == '#')
+                hex.erase(0, 1);
+            else if (hex.size() > 2 && (hex.rfind("0x", 0) == 0 || hex.rfind("0X", 0) == 0))
+                hex.erase(0, 2);
             bool ok = hex.size() == 6;
             for (char c : hex) ok = ok && std::isxdigit(static_cast<unsigned char>(c));
             if (!ok) Reject(spec, rawText, "a colour as #rrggbb");
@@ -134,16 +154,20 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
             std::string expected = "a point as x,y in percent of the frame, each 0 to 100";
             if (parts.size() != 2 || !ParseDouble(parts[0], x) || !ParseDouble(parts[1], y))
                 Reject(spec, rawText, expected);
-            if (x < 0 || x > 100 || y < 0 || y > 100) Reject(spec, rawText, "out of range, expected " + expected);
+            if (x < 0 || x > 100 || y < 0 || y > 100)
+                Reject(spec, rawText, "out of range, expected " + expected);
             data.point[0] = static_cast<float>(x / 100.0);
             data.point[1] = static_cast<float>(y / 100.0);
             return data;
         }
         case kParamBool: {
             std::string lower = ToLower(text);
-            if (lower == "on" || lower == "true" || lower == "yes" || lower == "1") data.flag = 1;
-            else if (lower == "off" || lower == "false" || lower == "no" || lower == "0") data.flag = 0;
-            else Reject(spec, rawText, "on or off");
+            if (lower == "on" || lower == "true" || lower == "yes" || lower == "1")
+                data.flag = 1;
+            else if (lower == "off" || lower == "false" || lower == "no" || lower == "0")
+                data.flag = 0;
+            else
+                Reject(spec, rawText, "on or off");
             return data;
         }
         case kParamChoice: {
@@ -164,7 +188,8 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
                 options += (i ? ", \"" : "\"") + spec.choices[i] + "\"";
             Reject(spec, rawText, "one of " + options + " or an index from 0");
         }
-        default: Reject(spec, rawText, "the parameter has an unknown type");
+        default:
+            Reject(spec, rawText, "the parameter has an unknown type");
     }
 }
 
@@ -174,7 +199,8 @@ const ParameterSpec& FindParameter(const std::vector<ParameterSpec>& specs, std:
     for (const ParameterSpec& spec : specs)
         if (ToLower(spec.shownName) == wanted || ToLower(spec.rawName) == wanted) return spec;
     long long index = 0;
-    if (ParseInt(wanted, index) && index >= 0 && index < static_cast<long long>(specs.size())) return specs[index];
+    if (ParseInt(wanted, index) && index >= 0 && index < static_cast<long long>(specs.size()))
+        return specs[index];
     std::string known;
     for (const ParameterSpec& spec : specs) known += (known.empty() ? "\"" : ", \"") + spec.shownName + "\"";
     throw HostError("unknown parameter \"" + std::string(name) + "\" for " + effectName +

@@ -36,7 +36,9 @@ int32_t HostAllocator::Allocate(void** out, uint32_t size) {
     return *out ? kStatusOk : kStatusFail;
 }
 
-void HostAllocator::Free(void* block) { std::free(block); }
+void HostAllocator::Free(void* block) {
+    std::free(block);
+}
 
 int32_t HostAllocator::AllocatePicture(void** out, int32_t width, int32_t height, int32_t channels,
                                        int32_t* pitch) {
@@ -53,7 +55,9 @@ int32_t HostAllocator::AllocatePicture(void** out, int32_t width, int32_t height
     return kStatusOk;
 }
 
-void HostAllocator::FreePicture(void* block) { std::free(block); }
+void HostAllocator::FreePicture(void* block) {
+    std::free(block);
+}
 
 int32_t ParameterHost::QueryInterface(const Guid& iid, void** out) {
     if (!out) return kStatusFail;

@@ -17,7 +17,8 @@ public:
     uint32_t Release() override { return 1; }
     int32_t Allocate(void** out, uint32_t size) override;
     void Free(void* block) override;
-    int32_t AllocatePicture(void** out, int32_t width, int32_t height, int32_t channels, int32_t* pitch) override;
+    int32_t AllocatePicture(void** out, int32_t width, int32_t height, int32_t channels,
+                            int32_t* pitch) override;
     void FreePicture(void* block) override;
 };
 
@@ -26,7 +27,8 @@ public:
 // in a render plan; the counts are not used to free it.
 class ParameterHost final : public IVideoHost {
 public:
-    ParameterHost(ParameterSet set, bool offerAllocator) : set(std::move(set)), offerAllocator(offerAllocator) {}
+    ParameterHost(ParameterSet set, bool offerAllocator)
+        : set(std::move(set)), offerAllocator(offerAllocator) {}
 
     int32_t QueryInterface(const Guid& iid, void** out) override;
     uint32_t AddRef() override { return 1; }

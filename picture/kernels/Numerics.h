@@ -49,4 +49,29 @@ inline int32_t RoundHalfEven(double v) {
     return static_cast<int32_t>(std::nearbyint(v));
 }
 
+// Rounding rule R of the float kernels: 255 from 255.0 up, 0 up to 0.5, otherwise
+// the nearest integer with halves to the even one. NaN gives the low byte of the
+// integer indefinite value, 0, as the vector conversions do.
+inline uint8_t RoundRuleR(float f) {
+    if (f >= 255.0f) return 255;
+    if (!(f > 0.5f)) return 0;
+    int32_t v = TruncToInt32(f + 0.5f);
+    if (static_cast<float>(v) - f == 0.5f && (v & 1) != 0) v -= 1;
+    return static_cast<uint8_t>(v);
+}
+
+// s / 2^shift with halves rounded to the even value, for s >= 0 and 1 <= shift <= 30.
+inline uint32_t ShiftRoundHalfEven(uint32_t s, uint32_t shift) {
+    const uint32_t half = 1u << (shift - 1);
+    const uint32_t q = s >> shift;
+    const uint32_t rest = s & ((half << 1) - 1);
+    return q + ((rest > half || (rest == half && (q & 1) != 0)) ? 1u : 0u);
+}
+
+// The rounded mean of two bytes: (s + ((s >> 1) & 1)) >> 1 with s = a + b.
+inline uint8_t AverageHalfEven(uint32_t a, uint32_t b) {
+    const uint32_t s = a + b;
+    return static_cast<uint8_t>((s + ((s >> 1) & 1)) >> 1);
+}
+
 }  // namespace halcyra

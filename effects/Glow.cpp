@@ -1,0 +1,289 @@
+// Glow and Halo transitions, their shared outer frame, and the triangular blur.
+//
+// The per-pixel pass of the glow depends on a pixel only through the sums of
+// its three colour bytes (for the brightness terms) and its own bytes, so the
+// brightness terms are looked up per sum; the tables hold exactly what the
+// integer formulas give.
+#include "effects/Glow.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "frame/ActivationManager.h"
+#include "picture/PictureOps.h"
+#include "picture/kernels/Kernels.h"
+#include "picture/kernels/Numerics.h"
+
+namespace halcyra {
+namespace {
+
+constexpr ParameterDesc kGlowParameters[] = {
+    ColourParam("Paper", 0xffff00),  FloatParam("Blur", 0.94f),  FloatParam("Glow", 0.94f),
+    FloatParam("Highlights", 0.21f), FloatParam("Tempo", 0.54f), FloatParam("Cross Fade", 0.44f),
+};
+constexpr ParameterDesc kHaloParameters[] = {
+    FloatParam("Halo Width", 0.7f),
+    FloatParam("Halo Rim", 0.34f),
+    FloatParam("Tempo", 0.34f),
+    FloatParam("Cross Fade", 0.5f),
+};
+const EffectDescriptor kGlowDescriptor{"Corvane Glow", 2, kGlowParameters};
+const EffectDescriptor kHaloDescriptor{"Corvane Halo", 2, kHaloParameters};
+
+struct HaloPreset {
+    const char* name;
+    float values[4];  // Halo Width, Halo Rim, Tempo, Cross Fade
+};
+constexpr HaloPreset kHaloPresets[] = {
+    {"Fat Blob", {1.0f, 0.0f, 0.29f, 0.5f}},
+    {"Thin Blob", {0.445f, 0.0f, 0.29f, 0.5f}},
+    {"Big Halos", {1.0f, 0.995f, 0.29f, 0.5f}},
+    {"Defocus", {0.275f, 0.295f, 0.29f, 0.5f}},
+};
+constexpr int32_t kHaloPresetCount = static_cast<int32_t>(std::size(kHaloPresets));
+
+// The fixed 3x3 kernels of the halo: rims by a Laplacian-like edge kernel, then
+// a softening that keeps 5/9 of the centre.
+constexpr float kHaloEdgeKernel[9] = {1, 1, 1, 1, -7, 1, 1, 1, 1};
+constexpr float kSoftOuter = 0.0555555559694767f;   // 1/18
+constexpr float kSoftCentre = 0.5555555820465088f;  // 5/9
+constexpr float kHaloSoftKernel[9] = {kSoftOuter, kSoftOuter, kSoftOuter, kSoftOuter, kSoftCentre,
+                                      kSoftOuter, kSoftOuter, kSoftOuter, kSoftOuter};
+
+// Margins come from parameters; a value no in-range parameter can produce (a
+// host sending garbage) is treated like a work picture that could not be had,
+// rather than asking for gigabytes.
+bool MarginUsable(int32_t width, int32_t height, int32_t margin) {
+    if (margin < 0 || margin > (1 << 15)) return false;
+    const int64_t pixels = (int64_t{width} + margin) * (int64_t{height} + margin);
+    return pixels <= (int64_t{1} << 28);
+}
+
+// A work picture whose replicated interior is empty (4 pixels or less across)
+// would be read where nothing wrote; it starts cleared instead.
+void ClearIfInteriorEmpty(Picture& picture, int32_t width, int32_t height) {
+    if (width <= 4 || height <= 4) PictureOps::FillPicture(picture, 0);
+}
+
+float ClampUnit(float p) {
+    return p < 0.0f ? 0.0f : (p > 1.0f ? 1.0f : p);
+}
+
+int32_t OverlapWidth(const Picture& a, const Picture& b) {
+    return (a.data == nullptr || b.data == nullptr) ? 0 : std::min(a.width, b.width);
+}
+int32_t OverlapHeight(const Picture& a, const Picture& b) {
+    return (a.data == nullptr || b.data == nullptr) ? 0 : std::min(a.height, b.height);
+}
+
+// The colour-bounded bloom over the blurred picture in output and the mixed
+// picture s, all integer.
+void GlowPixels(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t gain,
+                int32_t threshold, uint32_t colour) {
+    width = std::min(width, OverlapWidth(mixed, output));
+    height = std::min(height, OverlapHeight(mixed, output));
+    if (width <= 0 || height <= 0) return;
+    // Memory order B, G, R; the colour parameter has red in its low byte.
+    const int64_t bound[3] = {(colour >> 16) & 0xff, (colour >> 8) & 0xff, colour & 0xff};
+    // bright and base per sum of the three colour bytes.
+    int64_t brightOf[766];
+    int64_t baseOf[766];
+    for (int32_t sum = 0; sum < 766; ++sum) {
+        const int64_t luma = (int64_t{sum} * 85) >> 8;
+        brightOf[sum] = (luma * gain) >> 8;
+        baseOf[sum] = luma;
+    }
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* s = mixed.Row(y);
+        uint8_t* o = output.Row(y);
+        for (int32_t x = 0; x < width; ++x, s += 4, o += 4) {
+            const int64_t bright = brightOf[o[0] + o[1] + o[2]];
+            const int64_t base = baseOf[s[0] + s[1] + s[2]];
+            for (int c = 0; c < 3; ++c) {
+                int64_t v;
+                if (base + threshold < bright)
+                    v = s[c] + (((bright - base) * bound[c]) >> 8);
+                else
+                    v = s[c] + threshold;
+                v = std::min(v, bound[c]);  // the colour bounds the bloom
+                o[c] = static_cast<uint8_t>(std::max<int64_t>(v, 0));
+            }
+            o[3] = static_cast<uint8_t>(std::min<int64_t>(255, std::max<int64_t>(bright, s[3])));
+        }
+    }
+}
+
+void GlowMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t height, uint32_t colour,
+                float blur, float glow, float highlights, MemoryAllocator& allocator) {
+    const int32_t gain = TruncToInt32(glow * 512.0f);
+    const int32_t high = WrapSub(gain, 256) / 2;
+    const int32_t low = WrapSub(gain, 400) / 2;
+    const int32_t threshold =
+        WrapAdd(low, TruncToInt32(static_cast<float>(int64_t{high} - low) * highlights));
+    const int32_t taps = WrapAdd(TruncToInt32(blur * static_cast<float>(height)), 1);
+    if (!TriangularBlur(mixed, output, width, height, taps, allocator)) return;
+    GlowPixels(mixed, output, width, height, gain, threshold, colour);
+}
+
+void HaloMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t height, float haloWidth,
+                float rim, float u, MemoryAllocator& allocator) {
+    const int32_t diameter =
+        (TruncToInt32(haloWidth * static_cast<float>(height) * 0.1f) & 0xfffe) + 1;  // odd
+    const int32_t rimWeight = TruncToInt32(rim * 255.0f * u);
+    if (!MarginUsable(width, height, 2 * diameter)) return;
+    const int32_t workWidth = width + 2 * diameter;
+    const int32_t workHeight = height + 2 * diameter;
+    Picture a;
+    Picture b;
+    if (!a.Allocate(workWidth, workHeight, 4, &allocator) ||
+        !b.Allocate(workWidth, workHeight, 4, &allocator))
+        return;
+    ClearIfInteriorEmpty(a, width, height);
+    ClearIfInteriorEmpty(b, width, height);
+    PictureOps::CopyPictureRect(mixed, 0, 0, width, height, a, diameter, diameter);
+    // The replicated interior leaves out the outer two pixels of the picture.
+    PictureOps::ReplicatePictureBorder(a, b, diameter + 2, diameter + 2);
+    PictureOps::MorphPicture(b, a, diameter, nullptr);
+    PictureOps::ConvolvePicture(a, b, kHaloEdgeKernel, 3);
+    PictureOps::BlendPictures(a, b, WrapSub(255, rimWeight), rimWeight);
+    PictureOps::ConvolvePicture(b, a, kHaloSoftKernel, 3);
+    PictureOps::CopyPictureRect(a, diameter, diameter, width, height, output, 0, 0);
+}
+
+// Steps common to both transitions around the middle step.
+template <class MiddleStep>
+void RenderTempoTransition(RenderFrames& frames, MemoryAllocator& allocator, float p, float tempo,
+                           float crossFade, MiddleStep middle) {
+    Picture mixed;
+    mixed.Allocate(frames.width, frames.height, 4, &allocator);  // a failure shows as no-op steps
+    CrossFadeInto(frames.inputs[0], frames.inputs[1], mixed, p, crossFade);
+    const TempoCurve curve = TempoCurveAt(p, tempo);
+    middle(mixed, curve.u);
+    if (curve.crossFadeWeight != 0)
+        PictureOps::BlendPictures(mixed, frames.output, curve.crossFadeWeight,
+                                  WrapSub(255, curve.crossFadeWeight));
+}
+
+}  // namespace
+
+TempoCurve TempoCurveAt(float p, float tempo) {
+    float t = p * 2.0f;
+    if (t > 1.0f) t = 2.0f - t;
+    const float u = 1.0f - std::pow(1.0f - t, tempo * 3.0f + 1.0f);
+    return {u, TruncToInt32((1.0f - u) * 255.0f)};
+}
+
+void CrossFadeInto(const Picture& first, const Picture& second, Picture& mixed, float p, float crossFade) {
+    const float start = 0.5f - crossFade * 0.5f;
+    if (p < start) {
+        PictureOps::CopyPicture(first, mixed);
+    } else if (p > start + crossFade) {
+        PictureOps::CopyPicture(second, mixed);
+    } else {
+        if (crossFade == 0.0f) crossFade = 1e-06f;
+        const float f = (p - start) / crossFade;
+        PictureOps::MixPictures(first, second, mixed, 1.0f - f, f);
+    }
+}
+
+bool TriangularBlur(const Picture& source, Picture& destination, int32_t width, int32_t height, int32_t taps,
+                    MemoryAllocator& allocator) {
+    if (!MarginUsable(width, height, taps)) return false;
+    const int32_t half = (taps + 1) >> 1;
+    void* block = nullptr;
+    if (!allocator.Allocate(&block, static_cast<uint32_t>(4 * taps + 1))) return false;
+    int32_t* kernel = static_cast<int32_t*>(block);
+    int32_t divisor = 0;
+    for (int32_t i = 0; i < taps; ++i) {
+        kernel[i] = i < half ? i + 1 : taps - i;  // k[K - 1 - i] of the rising half
+        divisor += kernel[i];
+    }
+    const int32_t margin = taps >> 1;
+    bool ran = false;
+    {
+        Picture a;
+        Picture b;
+        if (a.Allocate(width + taps, height + taps, 4, &allocator) &&
+            b.Allocate(width + taps, height + taps, 4, &allocator)) {
+            ClearIfInteriorEmpty(a, width, height);
+            ClearIfInteriorEmpty(b, width, height);
+            const KernelSize size{width, height};
+            PictureOps::CopyPictureRect(source, 0, 0, width, height, a, margin, margin);
+            // Two pixels deeper than the copy left open: the outermost two
+            // pixels of the picture itself are replaced by their neighbours.
+            PictureOps::ReplicatePictureBorder(a, a, margin + 2, margin + 2);
+            FilterPictureColumns(a.PixelAddress(margin, margin), a.pitch, b.PixelAddress(margin, margin),
+                                 b.pitch, size, kernel, taps, margin, divisor);
+            PictureOps::ReplicatePictureBorder(b, b, margin + 2, margin + 2);
+            if (destination.data != nullptr && destination.width >= width && destination.height >= height)
+                FilterPictureRows(b.PixelAddress(margin, margin), b.pitch, destination.data,
+                                  destination.pitch, size, kernel, taps, margin, divisor);
+            ran = true;
+        }
+    }
+    allocator.Free(block);
+    return ran;
+}
+
+CGlow::CGlow() : VideoEffectBase(kGlowDescriptor) {}
+
+bool CGlow::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                   RenderInfo* info) {
+    MemoryAllocator allocator(host);
+    const float p = ClampUnit(ProgressAsFloat(info));
+    ParameterReader read(host);
+    const uint32_t colour = read.Colour(0);
+    const float blur = read.Float(1) * 0.2f;
+    const float glow = read.Float(2);
+    const float highlights = read.Float(3);
+    const float tempo = read.Float(4);
+    const float crossFade = read.Float(5);
+
+    RenderFrames frames(first, second, output, 2);
+    if (frames.usable) {
+        RenderTempoTransition(frames, allocator, p, tempo, crossFade, [&](const Picture& mixed, float) {
+            GlowMiddle(mixed, frames.output, frames.width, frames.height, colour, blur, glow, highlights,
+                       allocator);
+        });
+    }
+    HandToLicenceGate(host, output);
+    return true;
+}
+
+CHalo::CHalo() : VideoEffectBase(kHaloDescriptor) {}
+
+bool CHalo::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                   RenderInfo* info) {
+    MemoryAllocator allocator(host);
+    const float p = ClampUnit(ProgressAsFloat(info));
+    ParameterReader read(host);
+    const float haloWidth = read.Float(0);
+    const float rim = read.Float(1);
+    const float tempo = read.Float(2);
+    const float crossFade = read.Float(3);
+
+    RenderFrames frames(first, second, output, 2);
+    if (frames.usable) {
+        RenderTempoTransition(frames, allocator, p, tempo, crossFade, [&](const Picture& mixed, float u) {
+            HaloMiddle(mixed, frames.output, frames.width, frames.height, haloWidth, rim, u, allocator);
+        });
+    }
+    HandToLicenceGate(host, output);
+    return true;
+}
+
+const char* CHalo::GetPresetName(int32_t preset) {
+    return (preset >= 0 && preset < kHaloPresetCount) ? kHaloPresets[preset].name : nullptr;
+}
+
+bool CHalo::GetPresetValue(int32_t preset, int32_t parameter, void* value) {
+    if (preset < 0 || preset >= kHaloPresetCount || parameter < 0 || parameter >= 4 || value == nullptr)
+        return false;
+    ParameterData data{};  // the float, then four zero bytes
+    data.number = kHaloPresets[preset].values[parameter];
+    std::memcpy(value, &data, sizeof(data));
+    return true;
+}
+
+}  // namespace halcyra

@@ -1,0 +1,130 @@
+// Compositing and filter operations on pictures, on top of the pixel routines.
+#include "picture/PictureCompositing.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "picture/MemoryAllocator.h"
+#include "picture/kernels/Kernels.h"
+#include "picture/kernels/Numerics.h"
+
+namespace halcyra::PictureOps {
+namespace {
+
+KernelSize Overlap(const Picture& a, const Picture& b) {
+    return {std::min(a.width, b.width), std::min(a.height, b.height)};
+}
+
+KernelSize Overlap(const Picture& a, const Picture& b, const Picture& c) {
+    return {std::min({a.width, b.width, c.width}), std::min({a.height, b.height, c.height})};
+}
+
+}  // namespace
+
+bool BlendPictures(Picture& first, Picture& second, int32_t a, int32_t b) {
+    a = ClampInt(a, 0, 255);
+    b = ClampInt(b, 0, 255);
+    const KernelSize size = Overlap(first, second);
+    if (a == b)
+        return KernelAddBytes4(first.data, first.pitch, second.data, second.pitch, size, 1) == kStatusOk;
+    const uint8_t factorA[4] = {static_cast<uint8_t>(a), static_cast<uint8_t>(a), static_cast<uint8_t>(a),
+                                static_cast<uint8_t>(a)};
+    const uint8_t factorB[4] = {static_cast<uint8_t>(b), static_cast<uint8_t>(b), static_cast<uint8_t>(b),
+                                static_cast<uint8_t>(b)};
+    if (KernelScaleBytes4(factorA, first.data, first.pitch, size) != kStatusOk) return false;
+    if (KernelScaleBytes4(factorB, second.data, second.pitch, size) != kStatusOk) return false;
+    return KernelAddBytes4(first.data, first.pitch, second.data, second.pitch, size, 0) == kStatusOk;
+}
+
+bool ScalePictureAlpha(const Picture& source, Picture& destination, int32_t factor) {
+    const KernelSize size = Overlap(source, destination);
+    if (source.data == nullptr || destination.data == nullptr) return false;
+    if (size.width <= 0 || size.height <= 0) return false;
+    if (source.pitch < 4 * static_cast<int64_t>(size.width) ||
+        destination.pitch < 4 * static_cast<int64_t>(size.width))
+        return false;
+    for (int32_t y = 0; y < size.height; ++y) {
+        const uint8_t* in = source.Row(y);
+        uint8_t* out = destination.Row(y);
+        for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
+            // Out-of-range factors wrap as 32-bit products do; nothing reads past the pixel.
+            const int32_t alpha = std::min(255, WrapMul(in[3], factor) >> 8);
+            const uint8_t c0 = static_cast<uint8_t>((in[0] * alpha) >> 8);
+            const uint8_t c1 = static_cast<uint8_t>((in[1] * alpha) >> 8);
+            const uint8_t c2 = static_cast<uint8_t>((in[2] * alpha) >> 8);
+            out[0] = c0;
+            out[1] = c1;
+            out[2] = c2;
+            out[3] = static_cast<uint8_t>(alpha);
+        }
+    }
+    return true;
+}
+
+bool AlphaOverPictures(const Picture& first, const Picture& second, Picture& third, bool premultiplied) {
+    return KernelAlphaComposite(first.data, first.pitch, second.data, second.pitch, third.data, third.pitch,
+                                Overlap(first, second, third), premultiplied ? 6 : 0) == kStatusOk;
+}
+
+bool CopyPictureChannel(const Picture& first, Picture& second, int32_t firstChannel, int32_t secondChannel) {
+    const KernelSize size = Overlap(first, second);
+    if (first.bytesPerPixel == 4 && second.bytesPerPixel == 1) {
+        if (first.data == nullptr || firstChannel < 0 || firstChannel > 3) return false;
+        return KernelCopyChannelOut(first.data + firstChannel, first.pitch, second.data, second.pitch, size) ==
+               kStatusOk;
+    }
+    if (first.bytesPerPixel == 1 && second.bytesPerPixel == 4) {
+        if (second.data == nullptr || secondChannel < 0 || secondChannel > 3) return false;
+        return KernelCopyChannelIn(first.data, first.pitch, second.data + secondChannel, second.pitch, size) ==
+               kStatusOk;
+    }
+    return false;
+}
+
+bool ConvertPictureToHsv(const Picture& source, Picture& destination) {
+    return KernelRgbToHsv(source.data, source.pitch, destination.data, destination.pitch,
+                          Overlap(source, destination)) == kStatusOk;
+}
+
+bool ConvertPictureToRgb(const Picture& source, Picture& destination) {
+    return KernelHsvToRgb(source.data, source.pitch, destination.data, destination.pitch,
+                          Overlap(source, destination)) == kStatusOk;
+}
+
+bool ConvolvePicture(const Picture& source, Picture& destination, const float* kernel, int32_t size) {
+    if (source.data == nullptr || destination.data == nullptr || kernel == nullptr || size <= 0) return false;
+    const int32_t half = size >> 1;
+    const KernelSize region{std::min(source.width, destination.width) - 2 * half,
+                            std::min(source.height, destination.height) - 2 * half};
+    if (region.width <= 0 || region.height <= 0) return false;
+    return KernelConvolve(source.PixelAddress(half, half), source.pitch, destination.PixelAddress(half, half),
+                          destination.pitch, region, kernel, {size, size}, {half, half}) == kStatusOk;
+}
+
+bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter, MemoryAllocator* allocator) {
+    if (diameter <= 0 || static_cast<int64_t>(diameter) * diameter > UINT32_MAX) return false;
+    const int32_t radius = diameter >> 1;
+    MemoryHandle memory(allocator);
+    void* block = nullptr;
+    if (!memory.Allocate(&block, static_cast<uint32_t>(diameter) * static_cast<uint32_t>(diameter)))
+        return false;
+    uint8_t* mask = static_cast<uint8_t*>(block);
+    std::memset(mask, 0, static_cast<size_t>(diameter) * diameter);
+    for (int32_t y = 0; y < diameter; ++y)
+        for (int32_t x = 0; x < diameter; ++x)
+            if ((x - radius) * (x - radius) + (y - radius) * (y - radius) <= radius * radius)
+                mask[static_cast<size_t>(y) * diameter + x] = 1;
+    const KernelSize size = Overlap(source, destination);
+    DilateState* state = nullptr;
+    int32_t status = KernelDilateCreate(std::max(size.width, 1), mask, {diameter, diameter}, {radius, radius},
+                                        &state);
+    if (status == kStatusOk) {
+        status = KernelDilate(source.data, source.pitch, destination.data, destination.pitch, size,
+                              kBorderReplicate, state);
+        KernelDilateFree(state);
+    }
+    memory.Free(block);
+    return status == kStatusOk;
+}
+
+}  // namespace halcyra::PictureOps

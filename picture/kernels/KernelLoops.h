@@ -1,0 +1,406 @@
+// The portable loops of the pixel routines. The reference table is made of
+// them, and the SIMD files compile the same loops again under their own
+// instruction-set flags for the routines they do not write by hand, so one
+// source gives every class. The fast forms (sliding sums for the separable
+// filters, chained runs for the dilation) live here too; the tests hold them
+// byte for byte against the direct forms. Internal linkage, as KernelPixel.h.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "picture/kernels/KernelPixel.h"
+
+// The 8-lane vector types are generic GCC vectors: a file without AVX splits
+// them into two halves, which is correct, only slower.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace halcyra {
+namespace {
+namespace loops {
+
+
+inline void Set4(const uint8_t* value, uint8_t* destination, int32_t pitch, int32_t width, int32_t height) {
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* row = RowAt(destination, pitch, y);
+        for (int32_t x = 0; x < width; ++x) std::memcpy(row + 4 * x, value, 4);
+    }
+}
+
+inline void Set1(uint8_t value, uint8_t* destination, int32_t pitch, int32_t width, int32_t height) {
+    for (int32_t y = 0; y < height; ++y) std::memset(RowAt(destination, pitch, y), value, width);
+}
+
+inline void Copy4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+           int32_t width, int32_t height) {
+    for (int32_t y = 0; y < height; ++y)
+        std::memmove(RowAt(destination, destinationPitch, y), RowAt(source, sourcePitch, y),
+                     static_cast<size_t>(width) * 4);
+}
+
+inline void ScaleBytes4(const uint8_t* factors, uint8_t* picture, int32_t pitch, int32_t width, int32_t height) {
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* row = RowAt(picture, pitch, y);
+        for (int32_t x = 0; x < width * 4; ++x) row[x] = static_cast<uint8_t>(Div255(row[x] * factors[x & 3]));
+    }
+}
+
+inline void AddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+               int32_t width, int32_t height, int32_t shift) {
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y);
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width * 4; ++x) out[x] = AddBytePixel(in[x], out[x], shift);
+    }
+}
+
+inline void AlphaComposite(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
+                    uint8_t* destination, int32_t destinationPitch, int32_t width, int32_t height, int32_t mode) {
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* a = RowAt(first, firstPitch, y);
+        const uint8_t* b = RowAt(second, secondPitch, y);
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) AlphaCompositePixel(a + 4 * x, b + 4 * x, out + 4 * x, mode);
+    }
+}
+
+inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
+                      uint8_t* third, int32_t thirdPitch, int32_t width, int32_t height, int32_t weightA,
+                      int32_t weightB) {
+    const uint32_t wa = static_cast<uint32_t>(weightA);
+    const uint32_t wb = static_cast<uint32_t>(weightB);
+    const bool saturate = weightA + weightB >= 256;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* a = RowAt(first, firstPitch, y);
+        const uint8_t* b = RowAt(second, secondPitch, y);
+        uint8_t* out = RowAt(third, thirdPitch, y);
+        if (saturate) {
+            for (int32_t x = 0; x < width * 4; ++x) out[x] = static_cast<uint8_t>(std::min(255u, (a[x] * wa + b[x] * wb) >> 8));
+        } else {
+            for (int32_t x = 0; x < width * 4; ++x) out[x] = static_cast<uint8_t>((a[x] * wa + b[x] * wb) >> 8);
+        }
+    }
+}
+
+template <void (*Pixel)(const uint8_t*, uint8_t*)>
+inline void PerPixel(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+              int32_t width, int32_t height) {
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y);
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) Pixel(in + 4 * x, out + 4 * x);
+    }
+}
+
+inline void Convolve(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+              int32_t width, int32_t height, const float* kernel, int32_t kernelWidth, int32_t kernelHeight,
+              int32_t anchorX, int32_t anchorY) {
+    const int32_t left = kernelWidth - anchorX - 1;
+    const int32_t top = kernelHeight - anchorY - 1;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* window = RowAt(source, sourcePitch, y - top) - static_cast<intptr_t>(left) * 4;
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x)
+            ConvolvePixel(window + 4 * x, sourcePitch, kernel, kernelWidth, kernelHeight, out + 4 * x);
+    }
+}
+
+// The direct sum: kernel element k - 1 - j on the j-th pixel of the window.
+// The arithmetic wraps in 32 bits as the sum is specified to.
+template <bool kAlongRows>
+inline bool Filter(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+            int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
+            FilterDivisor divisor) {
+    const intptr_t step = kAlongRows ? 4 : sourcePitch;
+    const intptr_t back = static_cast<intptr_t>(length - anchor - 1) * step;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y) - back;
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                const uint8_t* p = in + 4 * x + c;
+                uint32_t sum = 0;
+                for (int32_t j = 0; j < length; ++j)
+                    sum += p[j * step] * static_cast<uint32_t>(kernel[length - 1 - j]);
+                out[4 * x + c] = FilterFinish(sum, divisor);
+            }
+        }
+    }
+    return true;
+}
+
+inline void Mean(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+          int32_t width, int32_t height, int32_t maskCode) {
+    const int32_t radius = maskCode == 55 ? 2 : 1;
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) {
+            uint32_t sum = 0;
+            for (int32_t j = -radius; j <= radius; ++j) {
+                const uint8_t* in = RowAt(source, sourcePitch, y + j);
+                for (int32_t i = -radius; i <= radius; ++i) sum += in[x + i];
+            }
+            out[x] = MeanFinish(sum, maskCode);
+        }
+    }
+}
+
+inline void Dilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+            int32_t width, int32_t height, DilateState& state) {
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) {
+            uint8_t best[4] = {0, 0, 0, 0};
+            for (const KernelPoint& m : state.members) {
+                const uint8_t* p = RowAt(source, sourcePitch, ClampInt(y + m.y, 0, height - 1)) +
+                                   4 * ClampInt(x + m.x, 0, width - 1);
+                for (int c = 0; c < 4; ++c) best[c] = std::max(best[c], p[c]);
+            }
+            std::memcpy(out + 4 * x, best, 4);
+        }
+    }
+}
+
+
+// ---- Fast forms -------------------------------------------------------------
+
+using U32x8 = uint32_t __attribute__((vector_size(32)));
+using I32x8 = int32_t __attribute__((vector_size(32)));
+using F32x8 = float __attribute__((vector_size(32)));
+
+// Rule R on eight lanes, written like the scalar RoundRuleR (truncation of
+// f + 0.5, then the step back from an odd half) so that no rounding mode enters.
+inline I32x8 RuleRLanes(F32x8 f) {
+    const I32x8 v = __builtin_convertvector(f + 0.5f, I32x8);
+    const F32x8 back = __builtin_convertvector(v, F32x8);
+    const I32x8 odd = (back - f == 0.5f) & ((v & 1) != 0);
+    const I32x8 r = v + odd;  // odd is -1 where the step back applies
+    return f >= 255.0f ? I32x8{} + 255 : (f > 0.5f ? r : I32x8{});
+}
+
+// FilterFinish on eight wrapped sums.
+inline I32x8 FilterFinishLanes(U32x8 sums, const FilterDivisor& divisor) {
+    const I32x8 s = reinterpret_cast<I32x8>(sums);
+    switch (divisor.kind) {
+        case FilterDivisor::kOne: return s < 0 ? I32x8{} : (s > 255 ? I32x8{} + 255 : s);
+        case FilterDivisor::kShift: {
+            const int32_t n = static_cast<int32_t>(divisor.shift);
+            const I32x8 q = s >> n;
+            const I32x8 rest = s & ((1 << n) - 1);
+            const int32_t half = 1 << (n - 1);
+            const I32x8 up = (rest > half) | ((rest == half) & ((q & 1) != 0));
+            const I32x8 r = q - up;
+            return s <= 0 ? I32x8{} : (r > 255 ? I32x8{} + 255 : r);
+        }
+        default: return RuleRLanes(__builtin_convertvector(s, F32x8) * divisor.inverse);
+    }
+}
+
+// The kernel's second difference, when it is sparse enough that the sliding
+// form is cheaper than the direct sum. Every step of the sliding form is a ring
+// identity modulo 2^32, so it gives the direct form's wrapped sums exactly.
+struct SparseSecondDifference {
+    static constexpr int32_t kMaxTerms = 16;
+    int32_t count = 0;
+    int32_t offset[kMaxTerms];
+    uint32_t weight[kMaxTerms];
+};
+
+inline bool SecondDifference(const int32_t* kernel, int32_t length, SparseSecondDifference& out) {
+    out.count = 0;
+    auto at = [&](int32_t t) { return t >= 0 && t < length ? static_cast<uint32_t>(kernel[t]) : 0u; };
+    for (int32_t t = 0; t <= length + 1; ++t) {
+        const uint32_t d = at(t) - 2u * at(t - 1) + at(t - 2);
+        if (d == 0) continue;
+        if (out.count == SparseSecondDifference::kMaxTerms) return false;
+        out.offset[out.count] = t;
+        out.weight[out.count] = d;
+        ++out.count;
+    }
+    return 2 * out.count + 2 < length;
+}
+
+// out[n] = sum over t of kernel[t] * s[n + anchor - t]. With s taken as 0 below
+// first = anchor - length + 1 and P the running sum of s from there:
+// out[n] - out[n - 1] = sum_i d2_i * P[n + anchor - t_i], and each P term grows
+// by one source value per step. The first output comes from the direct sum.
+
+// Columns: the lanes are the bytes of a row (alpha lanes ride along unused).
+inline bool SlidingColumns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                    int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
+                    FilterDivisor divisor) {
+    SparseSecondDifference d2;
+    if (!SecondDifference(kernel, length, d2))
+        return Filter<false>(source, sourcePitch, destination, destinationPitch, width, height, kernel, length,
+                             anchor, divisor);
+    const int32_t lanes = width * 4;
+    const int32_t paddedLanes = (lanes + 7) & ~7;
+    uint32_t* block = new (std::nothrow) uint32_t[static_cast<size_t>(paddedLanes) * (d2.count + 1)];
+    if (block == nullptr) return false;
+    uint32_t* acc = block;
+    uint32_t* running = block + paddedLanes;
+    const int32_t first = anchor - length + 1;
+    std::fill(block, block + static_cast<size_t>(paddedLanes) * (d2.count + 1), 0u);
+    for (int32_t t = 0; t < length; ++t) {
+        const uint8_t* in = RowAt(source, sourcePitch, anchor - t);
+        const uint32_t w = static_cast<uint32_t>(kernel[t]);
+        for (int32_t l = 0; l < lanes; ++l) acc[l] += in[l] * w;
+    }
+    for (int32_t i = 0; i < d2.count; ++i) {
+        uint32_t* p = running + static_cast<size_t>(i) * paddedLanes;
+        for (int32_t n = first; n <= anchor - d2.offset[i]; ++n) {
+            const uint8_t* in = RowAt(source, sourcePitch, n);
+            for (int32_t l = 0; l < lanes; ++l) p[l] += in[l];
+        }
+    }
+    for (int32_t y = 0;; ++y) {
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        int32_t l = 0;
+        for (; l + 8 <= lanes; l += 8) {
+            U32x8 sums;
+            std::memcpy(&sums, acc + l, sizeof(sums));
+            const I32x8 r = FilterFinishLanes(sums, divisor);
+            for (int k = 0; k < 8; ++k)
+                if (((l + k) & 3) != 3) out[l + k] = static_cast<uint8_t>(r[k]);
+        }
+        for (; l < lanes; ++l)
+            if ((l & 3) != 3) out[l] = FilterFinish(acc[l], divisor);
+        if (y + 1 == height) break;
+        for (int32_t i = 0; i < d2.count; ++i) {
+            const int32_t n = y + 1 + anchor - d2.offset[i];
+            uint32_t* p = running + static_cast<size_t>(i) * paddedLanes;
+            const uint32_t w = d2.weight[i];
+            if (n >= first) {
+                const uint8_t* in = RowAt(source, sourcePitch, n);
+                for (int32_t k = 0; k < lanes; ++k) {
+                    p[k] += in[k];
+                    acc[k] += w * p[k];
+                }
+            } else {
+                for (int32_t k = 0; k < lanes; ++k) acc[k] += w * p[k];
+            }
+        }
+    }
+    delete[] block;
+    return true;
+}
+
+// Rows: the recurrence runs along x, so the lanes are the four channels of a
+// pixel, kept in one small vector.
+inline bool SlidingRows(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                 int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
+                 FilterDivisor divisor) {
+    using U32x4 = uint32_t __attribute__((vector_size(16)));
+    SparseSecondDifference d2;
+    if (!SecondDifference(kernel, length, d2))
+        return Filter<true>(source, sourcePitch, destination, destinationPitch, width, height, kernel, length,
+                            anchor, divisor);
+    const int32_t first = anchor - length + 1;
+    auto pixel = [](const uint8_t* p) { return U32x4{p[0], p[1], p[2], p[3]}; };
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y);
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        U32x4 acc{};
+        for (int32_t t = 0; t < length; ++t) acc += pixel(in + 4 * (anchor - t)) * static_cast<uint32_t>(kernel[t]);
+        U32x4 running[SparseSecondDifference::kMaxTerms];
+        for (int32_t i = 0; i < d2.count; ++i) {
+            running[i] = U32x4{};
+            for (int32_t n = first; n <= anchor - d2.offset[i]; ++n) running[i] += pixel(in + 4 * n);
+        }
+        // Each term starts reading at the first x where its position reaches `first`.
+        for (int32_t x = 0;; ++x) {
+            U32x8 sums{acc[0], acc[1], acc[2], 0, 0, 0, 0, 0};
+            const I32x8 r = FilterFinishLanes(sums, divisor);
+            out[4 * x] = static_cast<uint8_t>(r[0]);
+            out[4 * x + 1] = static_cast<uint8_t>(r[1]);
+            out[4 * x + 2] = static_cast<uint8_t>(r[2]);
+            if (x + 1 == width) break;
+            for (int32_t i = 0; i < d2.count; ++i) {
+                const int32_t n = x + 1 + anchor - d2.offset[i];
+                if (n >= first) running[i] += pixel(in + 4 * n);
+                acc += running[i] * d2.weight[i];
+            }
+        }
+    }
+    return true;
+}
+
+// Dilation by nested runs. With the groups G0 (widest) .. Gn-1 and Win[a,b] the
+// running maximum over offsets a..b along the row:
+//   T = rows(G0); T = max(Win[G(m-1) - Gm](T), rows(Gm)) for m = 1..n-1;
+//   out = Win[Gn-1](T)
+// where rows(G) is the maximum of the group's source rows with replicated
+// ends. The windows add up to the widest run, so a disc of diameter D costs
+// O(D) row passes per output row instead of O(D^2) members per pixel.
+inline void MaxStep(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, bool right) {
+    auto edge = [&](int32_t b) {
+        uint8_t v = in[b];
+        if (left && b >= 4) v = std::max(v, in[b - 4]);
+        if (right && b + 4 < bytes) v = std::max(v, in[b + 4]);
+        out[b] = v;
+    };
+    const int32_t lo = std::min(4, bytes);
+    const int32_t hi = std::max(lo, bytes - 4);
+    for (int32_t b = 0; b < lo; ++b) edge(b);
+    if (left && right) {
+        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(std::max(in[b - 4], in[b]), in[b + 4]);
+    } else if (left) {
+        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(in[b - 4], in[b]);
+    } else {
+        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(in[b], in[b + 4]);
+    }
+    for (int32_t b = hi; b < bytes; ++b) edge(b);
+}
+
+inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                int32_t width, int32_t height, DilateState& state) {
+    if (!state.nestedRuns) {
+        Dilate(source, sourcePitch, destination, destinationPitch, width, height, state);
+        return;
+    }
+    const int32_t pad = state.pad;
+    const int32_t bytes = (width + 2 * pad) * 4;
+    uint8_t* t = state.work.data();
+    uint8_t* spare = t + static_cast<size_t>(state.width + 2 * pad) * 4;
+    auto window = [&](int32_t lo, int32_t hi) {
+        while (lo < 0 || hi > 0) {
+            MaxStep(t, spare, bytes, lo < 0, hi > 0);
+            std::swap(t, spare);
+            if (lo < 0) ++lo;
+            if (hi > 0) --hi;
+        }
+    };
+    for (int32_t y = 0; y < height; ++y) {
+        for (size_t m = 0; m < state.groups.size(); ++m) {
+            const DilateState::RunGroup& g = state.groups[m];
+            if (m > 0) window(state.groups[m - 1].lo - g.lo, state.groups[m - 1].hi - g.hi);
+            for (size_t k = 0; k < g.rowOffsets.size(); ++k) {
+                const uint8_t* in = RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets[k], 0, height - 1));
+                uint8_t* middle = t + pad * 4;
+                if (m == 0 && k == 0) {
+                    std::memcpy(middle, in, static_cast<size_t>(width) * 4);
+                    for (int32_t x = 0; x < pad; ++x) {
+                        std::memcpy(t + 4 * x, in, 4);
+                        std::memcpy(middle + 4 * (width + x), in + 4 * (width - 1), 4);
+                    }
+                    continue;
+                }
+                for (int32_t b = 0; b < width * 4; ++b) middle[b] = std::max(middle[b], in[b]);
+                for (int32_t x = 0; x < pad; ++x)
+                    for (int c = 0; c < 4; ++c) {
+                        t[4 * x + c] = std::max(t[4 * x + c], in[c]);
+                        middle[4 * (width + x) + c] = std::max(middle[4 * (width + x) + c], in[4 * (width - 1) + c]);
+                    }
+            }
+        }
+        const DilateState::RunGroup& last = state.groups.back();
+        const int32_t shift = last.lo > 0 ? last.lo : (last.hi < 0 ? last.hi : 0);
+        window(last.lo - shift, last.hi - shift);
+        std::memcpy(RowAt(destination, destinationPitch, y), t + (pad + shift) * 4, static_cast<size_t>(width) * 4);
+    }
+}
+
+}  // namespace loops
+}  // namespace
+}  // namespace halcyra

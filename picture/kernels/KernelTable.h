@@ -1,0 +1,98 @@
+// The per-class table of pixel routine bodies. The public entry points check
+// their arguments, take the table of the active class once per call and run
+// the body on arguments that are already known to be valid. Tests reach every
+// class through KernelTableFor to compare each variant with the reference.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "picture/kernels/CpuClass.h"
+#include "picture/kernels/KernelTypes.h"
+
+namespace halcyra {
+
+// The mask of a dilation in two forms: the plain member list that the
+// reference walks, and, when every mask row is one run and the runs nest, the
+// run groups from the widest to the narrowest that the fast form chains.
+struct DilateState {
+    struct RunGroup {
+        int32_t lo;                       // first member column minus the anchor column
+        int32_t hi;                       // last member column minus the anchor column
+        std::vector<int32_t> rowOffsets;  // mask row minus the anchor row
+    };
+    int32_t width = 0;
+    std::vector<KernelPoint> members;  // (column - anchor x, row - anchor y)
+    bool nestedRuns = false;
+    std::vector<RunGroup> groups;
+    int32_t pad = 0;            // pixels of room on each side of a work row
+    std::vector<uint8_t> work;  // two work rows of (width + 2 pad) pixels
+};
+
+// Divisor rule of the separable filters, decided once per call.
+struct FilterDivisor {
+    enum Kind : int32_t { kOne, kShift, kFloat } kind;
+    uint32_t shift;
+    float inverse;
+};
+
+// The rule for a divisor that is not 0.
+inline FilterDivisor FilterDivisorRule(int32_t divisor) {
+    if (divisor == 1) return {FilterDivisor::kOne, 0, 1.0f};
+    if (divisor > 0 && (divisor & (divisor - 1)) == 0)
+        return {FilterDivisor::kShift, static_cast<uint32_t>(__builtin_ctz(static_cast<uint32_t>(divisor))), 1.0f};
+    return {FilterDivisor::kFloat, 0, 1.0f / static_cast<float>(divisor)};
+}
+
+struct KernelTable {
+    void (*set4)(const uint8_t* value, uint8_t* destination, int32_t pitch, int32_t width, int32_t height);
+    void (*set1)(uint8_t value, uint8_t* destination, int32_t pitch, int32_t width, int32_t height);
+    void (*copy4)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                  int32_t width, int32_t height);
+    void (*scaleBytes4)(const uint8_t* factors, uint8_t* picture, int32_t pitch, int32_t width,
+                        int32_t height);
+    void (*addBytes4)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                      int32_t destinationPitch, int32_t width, int32_t height, int32_t shift);
+    void (*alphaComposite)(const uint8_t* first, int32_t firstPitch, const uint8_t* second,
+                           int32_t secondPitch, uint8_t* destination, int32_t destinationPitch, int32_t width,
+                           int32_t height, int32_t mode);
+    void (*rgbToHsv)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, int32_t width, int32_t height);
+    void (*hsvToRgb)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, int32_t width, int32_t height);
+    void (*convolve)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, int32_t width, int32_t height, const float* kernel,
+                     int32_t kernelWidth, int32_t kernelHeight, int32_t anchorX, int32_t anchorY);
+    // A false answer means the temporary rows could not be had; nothing was written.
+    bool (*filterColumns)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                          int32_t destinationPitch, int32_t width, int32_t height, const int32_t* kernel,
+                          int32_t length, int32_t anchor, FilterDivisor divisor);
+    bool (*filterRows)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                       int32_t destinationPitch, int32_t width, int32_t height, const int32_t* kernel,
+                       int32_t length, int32_t anchor, FilterDivisor divisor);
+    void (*mean)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                 int32_t width, int32_t height, int32_t maskCode);
+    // third = (first * a + second * b) >> 8 per byte, saturated when a + b > 255.
+    void (*mixBytes4)(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
+                      uint8_t* third, int32_t thirdPitch, int32_t width, int32_t height, int32_t weightA,
+                      int32_t weightB);
+    void (*dilate)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                   int32_t destinationPitch, int32_t width, int32_t height, DilateState& state);
+};
+
+// The table of a class; a class the build has no variants for gets the
+// nearest lower one. Only classes that CpuClassSupported accepts may be run.
+const KernelTable& KernelTableFor(CpuClass cpuClass);
+
+// The bodies of each class, defined in the class's own file.
+namespace reference {
+extern const KernelTable kTable;
+}
+namespace avx2 {
+extern const KernelTable kTable;
+}
+namespace avx512 {
+extern const KernelTable kTable;
+}
+
+}  // namespace halcyra

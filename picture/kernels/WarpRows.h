@@ -1,0 +1,214 @@
+// Inside the warps and the resize routines: the per-pixel samplers (rule B,
+// nearest, rule C) that every variant shares for its scalar tail, and the
+// per-class table of row routines that carry the pixel loops. Entry points
+// pick the table once per call; tests reach each class through WarpTableFor.
+#pragma once
+
+#include <cstdint>
+
+#include "picture/kernels/CpuClass.h"
+#include "picture/kernels/KernelTypes.h"
+#include "picture/kernels/Numerics.h"
+
+namespace halcyra::warp {
+
+// The picture a sampler reads: every pixel of width x height is readable.
+struct SourceView {
+    const uint8_t* data;
+    int32_t width;
+    int32_t height;
+    int32_t pitch;
+};
+
+// Rule B for 4-byte pixels, in doubles. The clamps of ix and iy at 0 keep the
+// reads inside the picture when a position is not a number or far outside.
+inline void SampleBilinear4(const SourceView& s, double sx, double sy, uint8_t* out) {
+    int32_t ix = TruncToInt32(sx + 0.0000001);
+    int32_t iy = TruncToInt32(sy + 0.0000001);
+    double fx = 1.0;
+    double fy = 1.0;
+    if (ix < s.width - 1) {
+        fx = sx - static_cast<double>(ix);
+    } else {
+        ix = s.width - 2;
+    }
+    if (iy < s.height - 1) {
+        fy = sy - static_cast<double>(iy);
+    } else {
+        iy = s.height - 2;
+    }
+    if (ix < 0) ix = 0;
+    if (iy < 0) iy = 0;
+    const uint8_t* p0 = s.data + static_cast<intptr_t>(s.pitch) * iy + static_cast<intptr_t>(ix) * 4;
+    const uint8_t* p1 = p0 + s.pitch;
+    for (int32_t c = 0; c < 4; ++c) {
+        const double top = p0[c] + static_cast<double>(p0[c + 4] - p0[c]) * fx;
+        const double bottom = p1[c] + static_cast<double>(p1[c + 4] - p1[c]) * fx;
+        out[c] = static_cast<uint8_t>(TruncToInt32((bottom - top) * fy + 0.5 + top));
+    }
+}
+
+// Rule B for 1-byte pixels.
+inline void SampleBilinear1(const SourceView& s, double sx, double sy, uint8_t* out) {
+    int32_t ix = TruncToInt32(sx + 0.0000001);
+    int32_t iy = TruncToInt32(sy + 0.0000001);
+    double fx = 1.0;
+    double fy = 1.0;
+    if (ix < s.width - 1) {
+        fx = sx - static_cast<double>(ix);
+    } else {
+        ix = s.width - 2;
+    }
+    if (iy < s.height - 1) {
+        fy = sy - static_cast<double>(iy);
+    } else {
+        iy = s.height - 2;
+    }
+    if (ix < 0) ix = 0;
+    if (iy < 0) iy = 0;
+    const uint8_t* p0 = s.data + static_cast<intptr_t>(s.pitch) * iy + ix;
+    const uint8_t* p1 = p0 + s.pitch;
+    const double top = p0[0] + static_cast<double>(p0[1] - p0[0]) * fx;
+    const double bottom = p1[0] + static_cast<double>(p1[1] - p1[0]) * fx;
+    *out = static_cast<uint8_t>(TruncToInt32((bottom - top) * fy + 0.5 + top));
+}
+
+inline int32_t ClampIndex(int64_t i, int32_t size) {
+    return static_cast<int32_t>(i < 0 ? 0 : (i >= size ? size - 1 : i));
+}
+
+// The pixel at the nearest position; out of range positions read the rim.
+template <int32_t kChannels>
+inline void SampleNearest(const SourceView& s, double sx, double sy, uint8_t* out) {
+    const int32_t ix = ClampIndex(TruncToInt32(sx + 0.5), s.width);
+    const int32_t iy = ClampIndex(TruncToInt32(sy + 0.5), s.height);
+    const uint8_t* p = s.data + static_cast<intptr_t>(s.pitch) * iy + static_cast<intptr_t>(ix) * kChannels;
+    for (int32_t c = 0; c < kChannels; ++c) out[c] = p[c];
+}
+
+// The cubic through f0..f3 at -1, 0, 1, 2 in forward-difference form, at t.
+inline float CubicValue(float f0, float f1, float f2, float f3, float t) {
+    const float d1 = f1 - f0;
+    const float d2 = (f2 - f1) - d1;
+    const float d3 = ((f1 - f2) - f2 + f3) - d2;
+    const float a = t * (t + 1.0f) / 2.0f;
+    return f0 + (t + 1.0f) * d1 + a * d2 + ((t - 1.0f) * a / 3.0f) * d3;
+}
+
+// Rule C: rows first, then down the columns, in floats; taps past the rim
+// read the nearest pixel.
+template <int32_t kChannels>
+inline void SampleCubic(const SourceView& s, double sx, double sy, uint8_t* out) {
+    const int32_t ix = TruncToInt32(sx + 0.0000001);
+    const int32_t iy = TruncToInt32(sy + 0.0000001);
+    const float tx = static_cast<float>(sx - static_cast<double>(ix));
+    const float ty = static_cast<float>(sy - static_cast<double>(iy));
+    int32_t columns[4];
+    int32_t rows[4];
+    for (int32_t k = 0; k < 4; ++k) {
+        columns[k] = ClampIndex(static_cast<int64_t>(ix) - 1 + k, s.width);
+        rows[k] = ClampIndex(static_cast<int64_t>(iy) - 1 + k, s.height);
+    }
+    for (int32_t c = 0; c < kChannels; ++c) {
+        float across[4];
+        for (int32_t r = 0; r < 4; ++r) {
+            const uint8_t* row = s.data + static_cast<intptr_t>(s.pitch) * rows[r] + c;
+            across[r] = CubicValue(row[columns[0] * kChannels], row[columns[1] * kChannels],
+                                   row[columns[2] * kChannels], row[columns[3] * kChannels], tx);
+        }
+        const float v = CubicValue(across[0], across[1], across[2], across[3], ty) + 0.5000001f;
+        out[c] = ClampToByte(TruncToInt32(v));
+    }
+}
+
+// The affine inverse and the start of a span row: sx, sy at column xFirst.
+struct AffineInverse {
+    double a00, a01, a02, a10, a11, a12;
+};
+inline double AffineRowStartX(const AffineInverse& a, int32_t xFirst, int32_t y) {
+    return a.a00 * xFirst + a.a01 * y + a.a02;
+}
+inline double AffineRowStartY(const AffineInverse& a, int32_t xFirst, int32_t y) {
+    return a.a10 * xFirst + a.a11 * y + a.a12;
+}
+
+// The projective inverse, row by row: a0..a8.
+struct ProjectiveInverse {
+    double a[9];
+};
+inline void ProjectivePosition(const ProjectiveInverse& m, double x, double y, double& u, double& v) {
+    const double s = m.a[6] * x + m.a[7] * y + m.a[8];
+    u = (m.a[0] * x + m.a[1] * y + m.a[2]) / s;
+    v = (m.a[3] * x + m.a[4] * y + m.a[5]) / s;
+}
+
+// One span of destination pixels: columns xFirst to xFirst + count - 1 of row y.
+struct SpanRow {
+    int32_t y;
+    int32_t xFirst;
+    int32_t count;
+};
+
+// Row routines write `count` 4-byte pixels to `out`, for columns xFirst.. of row y.
+using AffineRowFn = void (*)(const SourceView& source, const AffineInverse& inverse, int32_t y,
+                             int32_t xFirst, int32_t count, uint8_t* out);
+// All spans of an affine warp at once, so that a variant may run several rows
+// side by side; destination addresses pixel (0, 0).
+using AffineSpansFn = void (*)(const SourceView& source, const AffineInverse& inverse, const SpanRow* rows,
+                               int32_t rowCount, uint8_t* destination, int32_t pitch);
+using ProjectiveRowFn = void (*)(const SourceView& source, const ProjectiveInverse& inverse, int32_t y,
+                                 int32_t xFirst, int32_t count, uint8_t* out);
+// Resize rows: rule B at positions (xs[k], y) for k < count.
+using ResizeRowFn = void (*)(const SourceView& source, const double* xs, double y, int32_t count,
+                             uint8_t* out);
+
+// The reference order of an affine warp: row after row, each row's positions
+// accumulated from its first pixel.
+template <AffineRowFn Row>
+void AffineSpansByRows(const SourceView& source, const AffineInverse& inverse, const SpanRow* rows,
+                       int32_t rowCount, uint8_t* destination, int32_t pitch) {
+    for (int32_t r = 0; r < rowCount; ++r) {
+        uint8_t* out = destination + static_cast<intptr_t>(pitch) * rows[r].y + static_cast<intptr_t>(rows[r].xFirst) * 4;
+        Row(source, inverse, rows[r].y, rows[r].xFirst, rows[r].count, out);
+    }
+}
+
+struct WarpTable {
+    AffineSpansFn affineBilinear;
+    ProjectiveRowFn projectiveBilinear;
+    ResizeRowFn resizeBilinear4;
+};
+
+// The table of a class; classes without their own routines get the nearest
+// lower one. Only classes that CpuClassSupported accepts may be run.
+const WarpTable& WarpTableFor(CpuClass cpuClass);
+
+namespace reference {
+extern const WarpTable kWarpTable;
+}
+namespace avx2 {
+extern const WarpTable kWarpTable;
+}
+namespace avx512 {
+extern const WarpTable kWarpTable;
+}
+
+// The entry points with an explicit table, so that tests can run every class.
+int32_t WarpAffineWithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
+                            int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
+                            int32_t destinationPitch, KernelRect destinationRect, const double* coefficients,
+                            uint32_t interpolation);
+int32_t WarpPerspectiveWithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
+                                 int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
+                                 int32_t destinationPitch, KernelRect destinationRect, const double* matrix,
+                                 uint32_t interpolation);
+int32_t WarpPerspectiveIntoQuadWithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
+                                         int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
+                                         int32_t destinationPitch, KernelRect destinationRect,
+                                         const double* quad, const double* matrix, uint32_t interpolation);
+int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
+                         int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
+                         int32_t destinationPitch, KernelSize destinationSize, double xFactor, double yFactor,
+                         uint32_t interpolation);
+
+}  // namespace halcyra::warp

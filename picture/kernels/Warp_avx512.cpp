@@ -1,0 +1,143 @@
+// AVX-512 row routines of the warps and the resize: eight pixels at a time,
+// one pixel per double lane, with the very operations of the scalar rule B in
+// the same order, so every byte equals the reference. The affine positions are
+// accumulated one pixel after another as in the reference (the sums are not
+// associative), and only the sampling runs in lanes.
+#include <immintrin.h>
+
+// GCC 12 reports the undefined upper halves that its own AVX-512 headers use
+// as possibly uninitialised; they are not.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+#include "picture/kernels/WarpRows.h"
+
+namespace halcyra::warp::avx512 {
+namespace {
+
+// Rule B on eight positions; returns the eight 4-byte pixels. A byte b is
+// turned into a double as the bit pattern of 2^52 + b, exactly; differences of
+// two such values are the exact byte differences of the reference.
+inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
+    const __m512d epsilon = _mm512_set1_pd(0.0000001);
+    const __m512d one = _mm512_set1_pd(1.0);
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i ix = _mm512_cvttpd_epi32(_mm512_add_pd(sx, epsilon));
+    __m256i iy = _mm512_cvttpd_epi32(_mm512_add_pd(sy, epsilon));
+    const __mmask8 insideX = _mm256_cmplt_epi32_mask(ix, _mm256_set1_epi32(s.width - 1));
+    const __mmask8 insideY = _mm256_cmplt_epi32_mask(iy, _mm256_set1_epi32(s.height - 1));
+    const __m512d fx = _mm512_mask_sub_pd(one, insideX, sx, _mm512_cvtepi32_pd(ix));
+    const __m512d fy = _mm512_mask_sub_pd(one, insideY, sy, _mm512_cvtepi32_pd(iy));
+    ix = _mm256_max_epi32(_mm256_mask_blend_epi32(insideX, _mm256_set1_epi32(s.width - 2), ix), zero);
+    iy = _mm256_max_epi32(_mm256_mask_blend_epi32(insideY, _mm256_set1_epi32(s.height - 2), iy), zero);
+    const __m512i pitch = _mm512_set1_epi64(s.pitch);
+    const __m512i offset = _mm512_add_epi64(_mm512_mul_epi32(_mm512_cvtepi32_epi64(iy), pitch),
+                                            _mm512_slli_epi64(_mm512_cvtepi32_epi64(ix), 2));
+    // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
+    const __m512i top = _mm512_i64gather_epi64(offset, s.data, 1);
+    const __m512i bottom = _mm512_i64gather_epi64(_mm512_add_epi64(offset, pitch), s.data, 1);
+    const __m512i byteMask = _mm512_set1_epi64(0xff);
+    const __m512i magicBits = _mm512_set1_epi64(0x4330000000000000LL);
+    const __m512d magic = _mm512_set1_pd(4503599627370496.0);
+    const __m512d half = _mm512_set1_pd(0.5);
+    auto byteAt = [&](__m512i lanes, unsigned shift) {
+        // (lanes >> shift) & 0xff | magic, as a double.
+        return _mm512_castsi512_pd(
+            _mm512_ternarylogic_epi64(_mm512_srli_epi64(lanes, shift), byteMask, magicBits, 0xEA));
+    };
+    __m256i result = zero;
+    for (unsigned c = 0; c < 4; ++c) {
+        const __m512d b00 = byteAt(top, 8 * c);
+        const __m512d b10 = byteAt(top, 32 + 8 * c);
+        const __m512d b01 = byteAt(bottom, 8 * c);
+        const __m512d b11 = byteAt(bottom, 32 + 8 * c);
+        const __m512d topValue =
+            _mm512_add_pd(_mm512_sub_pd(b00, magic), _mm512_mul_pd(_mm512_sub_pd(b10, b00), fx));
+        const __m512d bottomValue =
+            _mm512_add_pd(_mm512_sub_pd(b01, magic), _mm512_mul_pd(_mm512_sub_pd(b11, b01), fx));
+        const __m512d value = _mm512_add_pd(
+            _mm512_add_pd(_mm512_mul_pd(_mm512_sub_pd(bottomValue, topValue), fy), half), topValue);
+        // result | (low byte of the truncation << 8c), in one ternary operation.
+        result = _mm256_ternarylogic_epi32(result, _mm256_slli_epi32(_mm512_cvttpd_epi32(value), 8 * c),
+                                           _mm256_set1_epi32(0xff << (8 * c)), 0xF8);
+    }
+    return result;
+}
+
+// Eight span rows side by side, one per lane: each lane accumulates its own
+// row's positions with the same additions as the reference, so the serial sums
+// cost one vector addition per eight pixels.
+void AffineSpansBilinear(const SourceView& s, const AffineInverse& a, const SpanRow* rows, int32_t rowCount,
+                         uint8_t* destination, int32_t pitch) {
+    const __m512d stepX = _mm512_set1_pd(a.a00);
+    const __m512d stepY = _mm512_set1_pd(a.a10);
+    const __m512i stepOffset = _mm512_set1_epi64(4);
+    for (int32_t first = 0; first < rowCount; first += 8) {
+        alignas(64) double startX[8] = {};
+        alignas(64) double startY[8] = {};
+        alignas(64) int64_t offsets[8] = {};
+        alignas(32) int32_t counts[8] = {};
+        int32_t longest = 0;
+        for (int32_t lane = 0; lane < 8 && first + lane < rowCount; ++lane) {
+            const SpanRow& row = rows[first + lane];
+            startX[lane] = AffineRowStartX(a, row.xFirst, row.y);
+            startY[lane] = AffineRowStartY(a, row.xFirst, row.y);
+            offsets[lane] = static_cast<int64_t>(pitch) * row.y + static_cast<int64_t>(row.xFirst) * 4;
+            counts[lane] = row.count;
+            longest = row.count > longest ? row.count : longest;
+        }
+        __m512d sx = _mm512_load_pd(startX);
+        __m512d sy = _mm512_load_pd(startY);
+        __m512i offset = _mm512_load_si512(offsets);
+        const __m256i remaining = _mm256_load_si256(reinterpret_cast<const __m256i*>(counts));
+        for (int32_t k = 0; k < longest; ++k) {
+            const __mmask8 active = _mm256_cmpgt_epi32_mask(remaining, _mm256_set1_epi32(k));
+            _mm512_mask_i64scatter_epi32(destination, active, offset, Bilinear8(s, sx, sy), 1);
+            sx = _mm512_add_pd(sx, stepX);
+            sy = _mm512_add_pd(sy, stepY);
+            offset = _mm512_add_epi64(offset, stepOffset);
+        }
+    }
+}
+
+void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                           int32_t count, uint8_t* out) {
+    const double row = y;
+    const __m512d a0 = _mm512_set1_pd(m.a[0]);
+    const __m512d a3 = _mm512_set1_pd(m.a[3]);
+    const __m512d a6 = _mm512_set1_pd(m.a[6]);
+    const __m512d a1y = _mm512_set1_pd(m.a[1] * row);
+    const __m512d a4y = _mm512_set1_pd(m.a[4] * row);
+    const __m512d a7y = _mm512_set1_pd(m.a[7] * row);
+    const __m512d a2 = _mm512_set1_pd(m.a[2]);
+    const __m512d a5 = _mm512_set1_pd(m.a[5]);
+    const __m512d a8 = _mm512_set1_pd(m.a[8]);
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    int32_t k = 0;
+    for (; k + 8 <= count; k += 8) {
+        const __m512d x = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(xFirst + k), lanes));
+        const __m512d w = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a6, x), a7y), a8);
+        const __m512d u = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a0, x), a1y), a2), w);
+        const __m512d v = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a3, x), a4y), a5), w);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u, v));
+    }
+    for (; k < count; ++k) {
+        double u = 0.0;
+        double v = 0.0;
+        ProjectivePosition(m, static_cast<double>(xFirst + k), row, u, v);
+        SampleBilinear4(s, u, v, out + 4 * k);
+    }
+}
+
+void ResizeRowBilinear4(const SourceView& s, const double* xs, double y, int32_t count, uint8_t* out) {
+    const __m512d ys = _mm512_set1_pd(y);
+    int32_t k = 0;
+    for (; k + 8 <= count; k += 8)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, _mm512_loadu_pd(xs + k), ys));
+    for (; k < count; ++k) SampleBilinear4(s, xs[k], y, out + 4 * k);
+}
+
+}  // namespace
+
+const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4};
+
+}  // namespace halcyra::warp::avx512

@@ -1,0 +1,63 @@
+// The frame that every 3D transition shares: one Scene3D per effect object,
+// the common Render around the transition's RenderScene, the warp flags, the
+// four backgrounds and the reading of the parameters most transitions share.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/EffectBase.h"
+#include "scene/Scene3D.h"
+
+namespace halcyra {
+
+class MemoryAllocator;
+
+// The "Background" choice.
+enum SceneBackground : int32_t {
+    kBackgroundColor = 0,
+    kBackgroundFirst = 1,
+    kBackgroundSecond = 2,
+    kBackgroundTransparent = 3,
+};
+
+inline constexpr const char* kBackgroundChoices[] = {"Color", "First picture", "Second picture", "Transparent"};
+inline constexpr const char* kRotationChoices[] = {"None", "Vertical", "Horizontal"};
+inline constexpr uint32_t kDefaultBackgroundColor = 0x606060;
+
+class BaseEffect : public VideoEffectBase {
+public:
+    explicit BaseEffect(const EffectDescriptor& descriptor) : VideoEffectBase(descriptor) {}
+
+    // The 3D form: a null out pointer fails; otherwise null is written first.
+    int32_t QueryInterface(const Guid& iid, void** out) override;
+    bool Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                RenderInfo* info) override;
+
+    // One frame of the transition; the base draws nothing.
+    virtual bool RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                             double progress, MemoryAllocator* allocator);
+
+    // 1, 2 or 4 for modes 0, 1, 2 (nearest, bilinear, bicubic), plus the
+    // smooth-edge bit.
+    static uint32_t InterpolationFlags(int32_t mode, bool smooth);
+
+protected:
+    // The frame's pictures, with the inputs swapped when Reverse is on. Frames
+    // that cannot be drawn on stay empty and draw nothing.
+    struct ScenePictures {
+        Picture first;
+        Picture second;
+        Picture output;
+    };
+    static void AttachScenePictures(ScenePictures& pictures, ImageDesc* first, ImageDesc* second,
+                                    ImageDesc* output, bool reverse);
+    // Step 9 of every scene: what lies behind the faces.
+    void DrawBackground(int32_t background, uint32_t colour, const ScenePictures& pictures);
+
+    Scene3D scene;
+};
+
+// trunc(value * 8 + 2) in single precision: 2 to 10 tiles.
+int32_t TileCount(float value);
+
+}  // namespace halcyra

@@ -1,0 +1,314 @@
+// Active Camera and Shake: the generator's exact sequence and seeding, the
+// motion walk (continuity at the joints, the strict comparisons, termination
+// on absurd input), the camera matrix, the ends and the layer weights of
+// Shake, and regression checksums of both effects.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "TestHost.h"
+#include "effects/Camera.h"
+#include "frame/Wrappers.h"
+#include "picture/kernels/Numerics.h"
+
+namespace halcyra {
+namespace {
+
+using test::GuardedFrame;
+using test::TestHost;
+
+TEST(CameraRandom, RuntimeSequenceSignedDrawsAndSeeding) {
+    RandomSequence random(1);
+    for (int32_t expected : {41, 18467, 6334, 26500, 19169, 15724, 11478, 29358, 26962, 24464})
+        EXPECT_EQ(random.Draw(), expected);
+
+    random.Seed(1);  // draw 41: (41 / 256 - 1) * a
+    EXPECT_EQ(SignedRandom(random, 2.0f), (41.0f / 256.0f - 1.0f) * 2.0f);
+    for (int i = 0; i < 2000; ++i) {
+        const float v = SignedRandom(random, 1.0f);
+        ASSERT_GE(v, -1.0f);
+        ASSERT_LE(v, 0.99609375f);
+        ASSERT_EQ(v * 256.0f, std::floor(v * 256.0f));
+    }
+
+    // Active Camera seeds with stream + trunc(x * m).
+    RandomSequence seeded, plain;
+    SeedFromTime(seeded, MotionVariant::ActiveCamera, 0.5f, 12345.0f, 444);
+    plain.Seed(444 + 6172);
+    EXPECT_EQ(seeded.Draw(), plain.Draw());
+    // Shake's (x + m / 2) * m = 6173 * 12345 = 76205685 rounds to the float 76205688.
+    SeedFromTime(seeded, MotionVariant::Shake, 0.5f, 12345.0f, 7);
+    plain.Seed(7 + 76205688u);
+    EXPECT_EQ(seeded.Draw(), plain.Draw());
+    // A negative product is added in 32 bits.
+    SeedFromTime(seeded, MotionVariant::ActiveCamera, -1.0f, 641.0f, 111);
+    plain.Seed(static_cast<uint32_t>(111 - 641));
+    EXPECT_EQ(seeded.Draw(), plain.Draw());
+}
+
+constexpr MotionInputs kCameraInputs{0.9f, 0.3f, 0.5f, 444, 111};
+
+TEST(CameraMotion, StartsAtTheKeyOfTimeZeroAndClampsNegativeTime) {
+    // At time 0 the first held leg has no jitter yet and both keys are that of time 0.
+    RandomSequence random;
+    SeedFromTime(random, MotionVariant::ActiveCamera, 0.0f, 641.0f, kCameraInputs.keyStream);
+    const float key = SignedRandom(random, 1.0f);
+    EXPECT_EQ(MotionValue(MotionVariant::ActiveCamera, kCameraInputs, 0.0f), key);
+    EXPECT_EQ(MotionValue(MotionVariant::ActiveCamera, kCameraInputs, -4.0f), key);
+}
+
+TEST(CameraMotion, ContinuousAtTheJointsUnlessHoldLeavesNoSwing) {
+    // Keys meet at the joints of held legs and swings, and the jitter returns
+    // to 0 at the ends of each leg, so small time steps give small changes.
+    // With Hold at 1 the swings have length 0 and the camera jumps.
+    for (float hold : {0.0f, 0.3f, 1.0f}) {
+        MotionInputs inputs = kCameraInputs;
+        inputs.hold = hold;
+        float previous = MotionValue(MotionVariant::ActiveCamera, inputs, 0.0f);
+        float largest = 0.0f;
+        for (int i = 1; i < 40000; ++i) {
+            const float v = MotionValue(MotionVariant::ActiveCamera, inputs, static_cast<float>(i) * 2e-4f);
+            ASSERT_TRUE(std::isfinite(v)) << hold << " " << i;
+            largest = std::max(largest, std::fabs(v - previous));
+            previous = v;
+        }
+        if (hold < 1.0f) {
+            EXPECT_LT(largest, 0.02f) << hold;
+        } else {
+            EXPECT_GT(largest, 0.1f);
+        }
+    }
+}
+
+TEST(CameraMotion, RegressionValues) {
+    struct Case {
+        float time;
+        uint32_t camera;
+        uint32_t shake;
+    };
+    const Case cases[] = {{0.5f, 0x3f299ca0u, 0x3f253375u},
+                          {1.7f, 0x3e51d657u, 0x3ef2cf07u},
+                          {3.3f, 0x3d8155c6u, 0x3e8e6e2cu},
+                          {12.25f, 0x3e1f864du, 0x3ee1de6du},
+                          {100.0f, 0x3c90daf0u, 0x3e0f4b08u}};
+    const MotionInputs shakeInputs{0.66f, 0.0f, 0.66f, 1234, 222};
+    for (const Case& c : cases) {
+        EXPECT_EQ(std::bit_cast<uint32_t>(MotionValue(MotionVariant::ActiveCamera, kCameraInputs, c.time)),
+                  c.camera)
+            << c.time;
+        EXPECT_EQ(std::bit_cast<uint32_t>(MotionValue(MotionVariant::Shake, shakeInputs, c.time)), c.shake)
+            << c.time;
+    }
+}
+
+TEST(CameraMotion, AbsurdTimesAndParametersEndTheWalk) {
+    const float nan = std::nanf("");
+    // Each call must return; the values themselves are not meaningful.
+    MotionValue(MotionVariant::ActiveCamera, {1.0f, 0.0f, 0.5f, 444, 111}, 1e30f);
+    MotionValue(MotionVariant::Shake, {1.0f, 0.0f, 1.0f, 444, 111}, 3e7f);
+    MotionValue(MotionVariant::ActiveCamera, {2.0f, 0.3f, 0.5f, 444, 111}, 5.0f);  // negative period
+    MotionValue(MotionVariant::ActiveCamera, {nan, nan, nan, 444, 111}, 5.0f);
+    MotionValue(MotionVariant::ActiveCamera, {0.5f, 0.3f, 0.5f, 444, 111}, nan);
+    MotionValue(MotionVariant::ActiveCamera, {0.5f, -3.0f, 1e5f, 444, 111}, 50.0f);
+    SUCCEED();
+}
+
+TEST(CameraMatrix, ShiftsTheCentreAndTurnsAndScalesAboutIt) {
+    const PictureTransform m = CameraMatrix(40.0f, 20.0f, 3.0f, -2.0f, 0.5f, 2.0f);
+    auto apply = [&](float x, float y, float& ox, float& oy) {
+        ox = m.matrix[0][0] * x + m.matrix[1][0] * y + m.matrix[2][0];
+        oy = m.matrix[0][1] * x + m.matrix[1][1] * y + m.matrix[2][1];
+    };
+    float ox, oy;
+    apply(20.0f, 10.0f, ox, oy);
+    EXPECT_NEAR(ox, 23.0f, 1e-4f);
+    EXPECT_NEAR(oy, 8.0f, 1e-4f);
+    // One pixel right of the centre: turned by 0.5 (row vector times the
+    // rotation: (cos, sin)), twice as far, then shifted.
+    apply(21.0f, 10.0f, ox, oy);
+    EXPECT_NEAR(ox, 23.0f + 2.0f * std::cos(0.5f), 1e-4f);
+    EXPECT_NEAR(oy, 8.0f + 2.0f * std::sin(0.5f), 1e-4f);
+}
+
+// Parameters of Active Camera in index order.
+enum { kHorizontal, kVertical, kRotation, kCrop, kRate, kJitter, kHold, kBlur, kSynchronize };
+
+TEST(Activecamera, StillCameraCopiesAndTheEchoBlendsIn255ths) {
+    TestHost host;
+    CActivecamera effect;
+    host.UseDefaults(&effect);
+    for (int i : {kHorizontal, kVertical, kRotation, kCrop}) host.values[i].number = 0.0f;
+    GuardedFrame in(31, 17, 8), out(31, 17, 0);
+    in.FillPattern(5);
+    RenderInfo info = test::MakeRenderInfo(0.5, 3.25);
+    host.values[kBlur].number = 0.0f;
+    out.Fill(0x5a);
+    ASSERT_TRUE(effect.Render(&host, &in.desc, nullptr, &out.desc, &info));
+    EXPECT_EQ(out.Pixels(), in.Pixels());  // the identity warp resamples exactly
+
+    // The echo is the same still picture, but 204 + 51 255ths of a byte need
+    // not add up to the byte, so the output is the input only to within 1.
+    host.values[kBlur].number = 0.4f;
+    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
+    const auto source = in.Pixels();
+    const auto result = out.Pixels();
+    for (size_t i = 0; i < source.size(); ++i)
+        ASSERT_EQ(result[i], Div255(source[i] * 204u) + Div255(source[i] * 51u)) << i;
+    EXPECT_TRUE(out.GuardsIntact());
+    EXPECT_TRUE(in.GuardsIntact());
+}
+
+TEST(Activecamera, FramesRenderAloneAndTheWrapperFixesHiddenValues) {
+    TestHost host;
+    CActivecamera effect;
+    host.UseDefaults(&effect);
+    GuardedFrame in(48, 32), a(48, 32), b(48, 32);
+    in.FillPattern(9);
+    RenderInfo early = test::MakeRenderInfo(0.0, 1.5), late = test::MakeRenderInfo(0.0, 6.0);
+    effect.Render(&host, &in.desc, nullptr, &a.desc, &early);
+    effect.Render(&host, &in.desc, nullptr, &b.desc, &late);
+    effect.Render(&host, &in.desc, nullptr, &b.desc, &early);
+    EXPECT_EQ(a.Pixels(), b.Pixels());
+
+    // The wrapper's hidden Rotation 0, Hold 0.105, Blur 0.54 and synchronised axes.
+    host.values[kRotation].number = 0.0f;
+    host.values[kHold].number = 0.105f;
+    host.values[kBlur].number = 0.54f;
+    host.values[kSynchronize].flag = 1;
+    effect.Render(&host, &in.desc, nullptr, &a.desc, &late);
+    auto* wrapper = new CWrapActivecamera();
+    TestHost outer;
+    outer.UseDefaults(wrapper);
+    for (int shown = 0; shown < 5; ++shown)
+        outer.values[shown].number = host.values[shown < 2 ? shown : shown + 1].number;
+    wrapper->Render(&outer, &in.desc, nullptr, &b.desc, &late);
+    EXPECT_EQ(a.Pixels(), b.Pixels());
+    wrapper->Release();
+}
+
+TEST(Activecamera, MotionThatIsNotANumberDrawsNothingOutOfBounds) {
+    TestHost host;
+    CActivecamera effect;
+    host.UseDefaults(&effect);
+    GuardedFrame in(24, 16), out(24, 16);
+    in.FillPattern(2);
+    RenderInfo info = test::MakeRenderInfo(0.0, std::nan(""));
+    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
+    host.values[kJitter].number = std::nanf("");
+    info.time = 3.0;
+    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
+    EXPECT_TRUE(out.GuardsIntact());
+    EXPECT_TRUE(in.GuardsIntact());
+}
+
+// Parameters of Shake in index order.
+enum {
+    kShakeHorizontal,
+    kShakeVertical,
+    kShakeRotation,
+    kShakeCrop,
+    kShakeJitter,
+    kShakeBlur,
+    kShakeDelay,
+    kShakeCrossFade
+};
+
+TEST(Shake, EndsGiveThePlainClips) {
+    TestHost host;
+    CShake effect;
+    host.UseDefaults(&effect);
+    GuardedFrame a(27, 15), b(27, 15, 4), out(27, 15);
+    a.FillPattern(1);
+    b.FillPattern(2);
+    for (double p : {0.0, -1.0, 1.0, 1.5}) {
+        RenderInfo info = test::MakeRenderInfo(p, 2.0);
+        out.Fill(0x33);
+        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+        EXPECT_EQ(out.Pixels(), p <= 0.0 ? a.Pixels() : b.Pixels()) << p;
+    }
+}
+
+TEST(Shake, LayerSharesCountTheFirstWeightTwice) {
+    // A still camera (no amplitudes, no crop, no blur) leaves only the fade.
+    TestHost host;
+    CShake effect;
+    host.UseDefaults(&effect);
+    for (int i : {kShakeHorizontal, kShakeVertical, kShakeRotation, kShakeCrop, kShakeBlur})
+        host.values[i].number = 0.0f;
+    host.values[kShakeCrossFade].number = 1.0f;
+    GuardedFrame a(21, 9), b(21, 9), out(21, 9);
+    a.FillPattern(3);
+    b.FillPattern(4);
+
+    // p = 0.45: fade 0.55, so the second clip's share is 0.45 / (0.55 + 0.55),
+    // weight 104, against 256 - 104.
+    RenderInfo info = test::MakeRenderInfo(0.45, 1.0);
+    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+    const auto first = a.Pixels(), second = b.Pixels();
+    auto result = out.Pixels();
+    for (size_t i = 0; i < first.size(); ++i)
+        ASSERT_EQ(result[i], std::min(255u, Div255(second[i] * 104u) + Div255(first[i] * 152u))) << i;
+
+    // p = 0.5 turns the order around with both weights 0.5: the share is
+    // 0.5 / 1.0, the weights 128 and 128 are equal and the blend averages.
+    info = test::MakeRenderInfo(0.5, 1.0);
+    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+    result = out.Pixels();
+    for (size_t i = 0; i < first.size(); ++i) ASSERT_EQ(result[i], AverageHalfEven(first[i], second[i])) << i;
+}
+
+TEST(Shake, ZeroCrossFadeAtTheMidpointAndSmallSecondClipStayInBounds) {
+    TestHost host;
+    CShake effect;
+    host.UseDefaults(&effect);
+    host.values[kShakeCrossFade].number = 0.0f;  // 0 / 0 at p = 0.5, unguarded
+    GuardedFrame a(33, 20), b(20, 11), out(40, 25);
+    a.FillPattern(6);
+    b.FillPattern(7);
+    out.Fill(0x11);
+    RenderInfo info = test::MakeRenderInfo(0.5, 4.0);
+    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+    EXPECT_TRUE(out.GuardsIntact());
+    EXPECT_TRUE(a.GuardsIntact());
+    EXPECT_TRUE(b.GuardsIntact());
+    EXPECT_EQ(out.Pixel(39, 24)[0], 0x11);  // outside the first clip
+}
+
+TEST(CameraEffects, RegressionChecksums) {
+    GuardedFrame a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true);
+    a.FillPattern(11);
+    b.FillPattern(12);
+    struct Case {
+        double progress;
+        double time;
+        uint32_t crc;
+    };
+    const Case shakeCases[] = {{0.25, 0.5, 1711309702u}, {0.5, 1.0, 2376244481u}, {0.7, 1.4, 3483434169u}};
+    for (const Case& c : shakeCases) {
+        TestHost host;
+        CShake effect;
+        host.UseDefaults(&effect);
+        RenderInfo info = test::MakeRenderInfo(c.progress, c.time);
+        out.Fill(0);
+        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+        RecordProperty("shake" + std::to_string(c.progress), std::to_string(out.Crc()));
+        EXPECT_EQ(out.Crc(), c.crc) << c.progress;
+    }
+    const Case cameraCases[] = {{0.0, 0.1, 636274374u}, {0.0, 2.0, 2843656116u}, {0.0, 7.3, 298564470u}};
+    for (const Case& c : cameraCases) {
+        TestHost host;
+        auto* wrapper = new CWrapActivecamera();
+        host.UseDefaults(wrapper);
+        RenderInfo info = test::MakeRenderInfo(c.progress, c.time);
+        out.Fill(0);
+        wrapper->Render(&host, &a.desc, nullptr, &out.desc, &info);
+        wrapper->Release();
+        RecordProperty("camera" + std::to_string(c.time), std::to_string(out.Crc()));
+        EXPECT_EQ(out.Crc(), c.crc) << c.time;
+    }
+}
+
+}  // namespace
+}  // namespace halcyra

@@ -1,0 +1,319 @@
+// Glow and Halo: the triangular blur with its margins against a direct
+// reading, the bloom and the disc dilation on pictures worked out by hand, the
+// tempo curve and the ends of the transition, Halo's presets, memory nothing
+// wrote on tiny frames, and regression checksums.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <memory>
+#include <random>
+
+#include "GlowTestSupport.h"
+#include "TestHost.h"
+#include "effects/Glow.h"
+#include "picture/MemoryAllocator.h"
+#include "picture/kernels/Numerics.h"
+
+namespace halcyra {
+namespace {
+
+using test::GuardedFrame;
+using test::TestHost;
+
+// Glow parameter indices.
+constexpr size_t kGlowPaper = 0, kGlowBlur = 1, kGlowCrossFade = 5;
+// Halo parameter indices.
+constexpr size_t kHaloWidth = 0, kHaloRim = 1, kHaloCrossFade = 3;
+
+// The divisor rules of the separable filters.
+uint8_t DivideLikeTheFilter(int32_t s, int32_t divisor) {
+    if (divisor == 1) return ClampToByte(s);
+    if (std::has_single_bit(static_cast<uint32_t>(divisor))) {
+        if (s <= 0) return 0;
+        const uint32_t shift = static_cast<uint32_t>(std::countr_zero(static_cast<uint32_t>(divisor)));
+        return static_cast<uint8_t>(
+            std::min<uint32_t>(255, ShiftRoundHalfEven(static_cast<uint32_t>(s), shift)));
+    }
+    return RoundRuleR(static_cast<float>(s) * (1.0f / static_cast<float>(divisor)));
+}
+
+TEST(GlowBlur, MatchesADirectReadingOfItsMarginsAndAnchors) {
+    test::ForEachCpuClass([&] {
+        // Widths 5 and up keep the replicated interior non-empty.
+        constexpr int32_t w = 11, h = 9;
+        Picture source;
+        source.Allocate(w, h, 4, nullptr);
+        std::mt19937 random(5);
+        for (int32_t y = 0; y < h; ++y)
+            for (int32_t x = 0; x < w * 4; ++x) source.Row(y)[x] = static_cast<uint8_t>(random());
+        for (int32_t taps : {1, 2, 3, 4, 5, 6, 9, 12}) {
+            const int32_t margin = taps >> 1;
+            std::vector<int32_t> k(static_cast<size_t>(taps));
+            int32_t sum = 0;
+            for (int32_t i = 0; i < taps; ++i) sum += k[static_cast<size_t>(i)] = std::min(i + 1, taps - i);
+            // The interior that survives replication, in picture coordinates: the
+            // outer two pixels go, and an odd kernel keeps one more on the far side.
+            const int32_t hiX = w + taps - 2 * margin - 3, hiY = h + taps - 2 * margin - 3;
+            auto at = [&](int32_t x, int32_t y, int c) {
+                return source.Row(std::clamp(y, 2, hiY))[std::clamp(x, 2, hiX) * 4 + c];
+            };
+            const int32_t back = taps - margin - 1;
+            std::vector<uint8_t> columns(static_cast<size_t>(w * h * 4));
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x)
+                    for (int c = 0; c < 3; ++c) {
+                        int32_t s = 0;
+                        for (int32_t j = 0; j < taps; ++j)
+                            s += at(x, y - back + j, c) * k[static_cast<size_t>(taps - 1 - j)];
+                        columns[static_cast<size_t>((y * w + x) * 4 + c)] = DivideLikeTheFilter(s, sum);
+                    }
+            auto column = [&](int32_t x, int32_t y, int c) {
+                return columns[static_cast<size_t>((std::clamp(y, 2, hiY) * w + std::clamp(x, 2, hiX)) * 4 +
+                                                   c)];
+            };
+            Picture out;
+            out.Allocate(w, h, 4, nullptr);
+            for (int32_t y = 0; y < h; ++y) std::memset(out.Row(y), 0x5c, w * 4);
+            MemoryAllocator allocator;
+            ASSERT_TRUE(TriangularBlur(source, out, w, h, taps, allocator));
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x) {
+                    for (int c = 0; c < 3; ++c) {
+                        int32_t s = 0;
+                        for (int32_t j = 0; j < taps; ++j)
+                            s += column(x - back + j, y, c) * k[static_cast<size_t>(taps - 1 - j)];
+                        ASSERT_EQ(out.Row(y)[x * 4 + c], DivideLikeTheFilter(s, sum))
+                            << "taps " << taps << " at " << x << "," << y << " channel " << c;
+                    }
+                    ASSERT_EQ(out.Row(y)[x * 4 + 3], 0x5c);  // alpha stays
+                }
+        }
+    });
+}
+
+TEST(GlowBlur, ParametersNoHostCanMeanAreRefused) {
+    Picture source, out;
+    source.Allocate(8, 8, 4, nullptr);
+    out.Allocate(8, 8, 4, nullptr);
+    MemoryAllocator allocator;
+    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, -1, allocator));
+    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, INT32_MIN + 1, allocator));
+    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, 1 << 20, allocator));
+}
+
+TEST(GlowTempo, RisesToTheMiddleAndEarlierWithMoreTempo) {
+    for (float tempo : {0.0f, 0.54f, 1.0f}) {
+        EXPECT_EQ(TempoCurveAt(0.0f, tempo).crossFadeWeight, 255);
+        EXPECT_EQ(TempoCurveAt(1.0f, tempo).crossFadeWeight, 255);
+        EXPECT_EQ(TempoCurveAt(0.5f, tempo).u, 1.0f);
+        EXPECT_EQ(TempoCurveAt(0.5f, tempo).crossFadeWeight, 0);
+        EXPECT_EQ(TempoCurveAt(0.2f, tempo).u, TempoCurveAt(0.8f, tempo).u);
+    }
+    EXPECT_LT(TempoCurveAt(0.2f, 0.0f).u, TempoCurveAt(0.2f, 1.0f).u);
+    // Tempo 0 is linear, u = t; in floats 1 - u is 0.6f, a hair above 0.6, so a is 153.
+    EXPECT_EQ(TempoCurveAt(0.2f, 0.0f).crossFadeWeight, 153);
+}
+
+// Renders a transition with both inputs the same picture.
+void RenderSame(IVideoEffect& effect, IVideoHost& host, GuardedFrame& in, GuardedFrame& out,
+                double progress) {
+    RenderInfo info = test::MakeRenderInfo(progress);
+    ASSERT_TRUE(effect.Render(&host, &in.desc, &in.desc, &out.desc, &info));
+}
+
+TEST(Glow, BloomsUniformPicturesAsWorkedOutByHand) {
+    test::ForEachCpuClass([&] {
+        TestHost host;
+        CGlow effect;
+        host.UseDefaults(&effect);
+        host.SetFloat(kGlowCrossFade, 0.0f);  // at 0.5: the mix with weights 1 and 0, 255ths of 256
+        struct Case {
+            uint8_t grey, alpha;
+            uint8_t expected[4];
+        };
+        // gain 481, threshold 40 + trunc(72 * 0.21) = 55; the paper 0xffff00 has no red.
+        const Case cases[] = {
+            // mixed 99: base 98, bright 184, bloom by 86 * 255 >> 8 = 85.
+            {100, 10, {184, 184, 0, 184}},
+            // mixed 19: base 18, bright 33 is below base + threshold: 19 + 55.
+            {20, 200, {74, 74, 0, 199}},
+        };
+        for (const Case& c : cases) {
+            GuardedFrame in(13, 24), out(13, 24);  // K = trunc(0.188 * 24) + 1 = 5
+            for (int32_t y = 0; y < 24; ++y)
+                for (int32_t x = 0; x < 13; ++x) {
+                    std::memset(in.Pixel(x, y), c.grey, 3);
+                    in.Pixel(x, y)[3] = c.alpha;
+                }
+            RenderSame(effect, host, in, out, 0.5);
+            for (int32_t y = 0; y < 24; ++y)
+                for (int32_t x = 0; x < 13; ++x)
+                    ASSERT_EQ(std::memcmp(out.Pixel(x, y), c.expected, 4), 0)
+                        << int(c.grey) << " at " << x << "," << y;
+        }
+    });
+}
+
+TEST(Glow, PaperChannelsAtZeroStayZeroEverywhere) {
+    test::ForEachCpuClass([&] {
+        TestHost host;
+        CGlow effect;
+        host.UseDefaults(&effect);
+        host.values[kGlowPaper].colour = 0x00ff00;  // green only
+        GuardedFrame a(30, 20), b(30, 20), out(30, 20);
+        a.FillPattern(1);
+        b.FillPattern(2);
+        RenderInfo info = test::MakeRenderInfo(0.5);
+        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+        for (int32_t y = 0; y < 20; ++y)
+            for (int32_t x = 0; x < 30; ++x) {
+                ASSERT_EQ(out.Pixel(x, y)[0], 0);
+                ASSERT_EQ(out.Pixel(x, y)[2], 0);
+            }
+        EXPECT_TRUE(out.GuardsIntact());
+    });
+}
+
+TEST(GlowAndHalo, TheEndsOfTheTransitionAreThePlainClips) {
+    test::ForEachCpuClass([&] {
+        for (int which = 0; which < 2; ++which) {
+            std::unique_ptr<VideoEffectBase> glow(new CGlow), halo(new CHalo);
+            IVideoEffect& effect = which == 0 ? *glow : *halo;
+            TestHost host;
+            host.UseDefaults(&effect);
+            GuardedFrame a(21, 17), b(21, 17), out(21, 17);
+            a.FillPattern(3);
+            b.FillPattern(4);
+            for (double p : {0.0, -2.0, 1.0, 9.0}) {
+                RenderInfo info = test::MakeRenderInfo(p);
+                out.Fill(0x33);
+                effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+                // a = 255 puts the copied clip back whole: d(byte * 255) is the byte.
+                EXPECT_EQ(out.Pixels(), p <= 0.0 ? a.Pixels() : b.Pixels()) << effect.GetName() << " " << p;
+            }
+        }
+    });
+}
+
+TEST(Halo, DilatesByADiscAndSoftens) {
+    test::ForEachCpuClass([&] {
+        TestHost host;
+        CHalo effect;
+        host.UseDefaults(&effect);
+        host.SetFloat(kHaloWidth, 0.75f);  // trunc(0.75 * 60 * 0.1) = 4: diameter 5, radius 2
+        host.SetFloat(kHaloRim, 0.0f);
+        host.SetFloat(kHaloCrossFade, 0.0f);
+        GuardedFrame in(60, 60), out(60, 60);
+        in.Fill(0);
+        std::memset(in.Pixel(30, 30), 255, 4);
+        RenderSame(effect, host, in, out, 0.5);
+        // The mix turns 255 into 254; the disc holds the offsets with dx² + dy² <= 4.
+        auto disc = [](int32_t x, int32_t y) {
+            return (x - 30) * (x - 30) + (y - 30) * (y - 30) <= 4 ? 254.0f : 0.0f;
+        };
+        const float outer = 0.0555555559694767f, centre = 0.5555555820465088f;
+        for (int32_t y = 0; y < 60; ++y)
+            for (int32_t x = 0; x < 60; ++x) {
+                float s = 0.0f;
+                for (int32_t j = -1; j <= 1; ++j)
+                    for (int32_t i = -1; i <= 1; ++i)
+                        s += disc(x + i, y + j) * (i == 0 && j == 0 ? centre : outer);
+                const uint8_t expected = RoundRuleR(s);
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_EQ(out.Pixel(x, y)[c], expected) << x << "," << y << " " << c;
+            }
+        // Worked out: the centre keeps 254; two across, three of the neighbours are in the disc.
+        EXPECT_EQ(out.Pixel(30, 30)[0], 254);
+        EXPECT_EQ(out.Pixel(32, 30)[0], 183);
+        EXPECT_EQ(out.Pixel(33, 30)[0], 14);
+    });
+}
+
+TEST(Halo, PresetsAndTheirBounds) {
+    CHalo halo;
+    const char* names[] = {"Fat Blob", "Thin Blob", "Big Halos", "Defocus"};
+    const float widths[] = {1.0f, 0.445f, 1.0f, 0.275f};
+    for (int32_t i = 0; i < 4; ++i) {
+        ASSERT_NE(halo.GetPresetName(i), nullptr);
+        EXPECT_STREQ(halo.GetPresetName(i), names[i]);
+        uint8_t bytes[8];
+        std::memset(bytes, 0xee, 8);
+        ASSERT_TRUE(halo.GetPresetValue(i, 0, bytes));
+        float width;
+        std::memcpy(&width, bytes, 4);
+        EXPECT_EQ(width, widths[i]);
+        EXPECT_EQ(bytes[4] | bytes[5] | bytes[6] | bytes[7], 0);
+        ASSERT_TRUE(halo.GetPresetValue(i, 2, bytes));
+        float tempo;
+        std::memcpy(&tempo, bytes, 4);
+        EXPECT_EQ(tempo, 0.29f);
+    }
+    EXPECT_EQ(halo.GetPresetName(4), nullptr);
+    EXPECT_EQ(halo.GetPresetName(-1), nullptr);
+    uint64_t untouched = 0x1122334455667788u;
+    EXPECT_FALSE(halo.GetPresetValue(0, 4, &untouched));
+    EXPECT_FALSE(halo.GetPresetValue(4, 0, &untouched));
+    EXPECT_FALSE(halo.GetPresetValue(-1, 0, &untouched));
+    EXPECT_EQ(untouched, 0x1122334455667788u);
+    CGlow glow;
+    EXPECT_EQ(glow.GetPresetName(0), nullptr);
+}
+
+TEST(GlowAndHalo, TinyFramesReadNoMemoryNothingWrote) {
+    test::ForEachCpuClass([&] {
+        // Frames of 4 pixels or less leave the replicated interior empty; the
+        // margins must then not carry whatever the allocator handed out.
+        for (int which = 0; which < 2; ++which)
+            for (auto [w, h] : {std::pair{4, 4}, std::pair{3, 7}, std::pair{9, 2}, std::pair{1, 1}}) {
+                std::vector<uint8_t> results[2];
+                for (int fill = 0; fill < 2; ++fill) {
+                    std::unique_ptr<VideoEffectBase> effect(which == 0
+                                                                ? static_cast<VideoEffectBase*>(new CGlow)
+                                                                : static_cast<VideoEffectBase*>(new CHalo));
+                    test::FilledMemoryHost host(effect.get(), fill == 0 ? 0x00 : 0xff);
+                    GuardedFrame a(w, h), b(w, h), out(w, h);
+                    a.FillPattern(8);
+                    b.FillPattern(9);
+                    out.Fill(0x10);
+                    RenderInfo info = test::MakeRenderInfo(0.45);
+                    effect->Render(&host, &a.desc, &b.desc, &out.desc, &info);
+                    EXPECT_TRUE(out.GuardsIntact());
+                    results[fill] = out.Pixels();
+                }
+                EXPECT_EQ(results[0], results[1]) << which << " " << w << "x" << h;
+            }
+    });
+}
+
+TEST(GlowAndHalo, RegressionChecksums) {
+    test::ForEachCpuClass([&] {
+        struct Case {
+            int which;  // 0 glow, 1 halo
+            double progress;
+            uint32_t crc;
+        };
+        const Case cases[] = {
+            {0, 0.25, 3537365159u}, {0, 0.5, 2873756625u}, {0, 0.7, 2049311712u},
+            {1, 0.25, 1075425262u}, {1, 0.5, 831895570u},  {1, 0.7, 16782249u},
+        };
+        GuardedFrame a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true);
+        test::FillShapes(a);
+        test::FillShapes(b, 5);
+        for (const Case& c : cases) {
+            std::unique_ptr<VideoEffectBase> effect(c.which == 0 ? static_cast<VideoEffectBase*>(new CGlow)
+                                                                 : static_cast<VideoEffectBase*>(new CHalo));
+            TestHost host;
+            host.UseDefaults(effect.get());
+            RenderInfo info = test::MakeRenderInfo(c.progress);
+            out.Fill(0);
+            effect->Render(&host, &a.desc, &b.desc, &out.desc, &info);
+            RecordProperty("crc", std::to_string(out.Crc()));
+            EXPECT_EQ(out.Crc(), c.crc) << effect->GetName() << " " << c.progress;
+        }
+    });
+}
+
+}  // namespace
+}  // namespace halcyra

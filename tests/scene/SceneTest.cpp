@@ -1,0 +1,304 @@
+// The renderer: projection, snapping, depth order, clearing, culling, the
+// off-frame test, shading through alpha, and the face warp with its edge pass.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "picture/MemoryAllocator.h"
+#include "picture/PictureOps.h"
+#include "scene/Scene3D.h"
+
+namespace halcyra {
+namespace {
+
+// A picture over memory the test owns.
+struct Frame {
+    Frame(int32_t w, int32_t h, uint8_t fill = 0) : bytes(static_cast<size_t>(w) * h * 4, fill) {
+        picture.Attach(bytes.data(), w, h, w * 4, 4);
+    }
+    uint8_t* Px(int32_t x, int32_t y) { return bytes.data() + (static_cast<size_t>(y) * picture.width + x) * 4; }
+    void Pattern(uint32_t seed) {
+        std::mt19937 random(seed);
+        for (auto& b : bytes) b = static_cast<uint8_t>(random());
+    }
+    void Uniform(uint8_t b, uint8_t g, uint8_t r, uint8_t a) {
+        for (size_t i = 0; i < bytes.size(); i += 4) {
+            bytes[i] = b;
+            bytes[i + 1] = g;
+            bytes[i + 2] = r;
+            bytes[i + 3] = a;
+        }
+    }
+    std::vector<uint8_t> bytes;
+    Picture picture;
+};
+
+constexpr uint32_t kSmoothBilinear = 0x80000002u;
+
+struct SceneFixture : ::testing::Test {
+    SceneFixture() : target(40, 30, 0x11), source(40, 30) {
+        source.Pattern(7);
+        scene.SetAllocator(&allocator);
+        scene.SetTarget(target.picture);
+        scene.SetProjectionMatrix(Matrix3D::Perspective(6.0));
+    }
+    QuadFace FullFace() {
+        return QuadFace(scene.TopLeft(), scene.TopRight(), scene.BottomRight(), scene.BottomLeft(), &source.picture,
+                        nullptr, kBackFlipHorizontal);
+    }
+    MemoryAllocator allocator;
+    Frame target;
+    Frame source;
+    Scene3D scene;
+};
+
+TEST(SnapToPixel, PullsNearWholeNumbersOntoThem) {
+    EXPECT_EQ(SnapToPixel(2.999999), 3.0);
+    EXPECT_EQ(SnapToPixel(3.000001), 3.0);
+    EXPECT_EQ(SnapToPixel(3.25), 3.25);
+    EXPECT_EQ(SnapToPixel(0.000001), 0.0);
+    EXPECT_EQ(SnapToPixel(-0.000001), 0.0);
+    EXPECT_EQ(SnapToPixel(-2.000001), -2.000001);  // below zero only -e..0 is pulled
+    EXPECT_EQ(SnapToPixel(1e12), 1e12);
+}
+
+TEST(DepthSortOrder, FarToNearAndStableOnTies) {
+    std::vector<QuadFace> faces(5);
+    const double z[] = {0.0, -2.0, 0.0, -2.0, 1.0};
+    for (size_t i = 0; i < 5; ++i)
+        faces[i].SetCorners({0, 0, z[i]}, {0, 0, z[i]}, {0, 0, z[i]}, {0, 0, z[i]});
+    EXPECT_EQ(DepthSortOrder(faces), (std::vector<int32_t>{1, 3, 0, 2, 4}));
+    EXPECT_EQ(DepthSortOrder(std::vector<QuadFace>(3)), (std::vector<int32_t>{0, 1, 2}));
+    EXPECT_TRUE(DepthSortOrder({}).empty());
+}
+
+TEST_F(SceneFixture, ProjectPutsTheWorldSquareOnPixelCentres) {
+    const PixelPosition tl = scene.Project(scene.TopLeft());
+    const PixelPosition br = scene.Project(scene.BottomRight());
+    EXPECT_EQ(tl.x, 0.0);
+    EXPECT_EQ(tl.y, 0.0);
+    EXPECT_EQ(br.x, 39.0);
+    EXPECT_EQ(br.y, 29.0);
+    EXPECT_EQ(scene.Project({0, 0, 0}).x, 19.5);
+    Scene3D empty;
+    EXPECT_EQ(empty.Project({1, 1, 0}).x, 0.0);
+    EXPECT_EQ(empty.TopLeft(), Vector3D());
+    EXPECT_EQ(empty.ViewHalfWidth(), 1.0);
+}
+
+TEST_F(SceneFixture, AFaceFillingTheFrameReproducesItsPicture) {
+    LinearLight light;
+    scene.AddLight(&light);
+    EXPECT_TRUE(scene.DrawQuad(FullFace(), kSmoothBilinear, false));
+    EXPECT_EQ(target.bytes, source.bytes);
+}
+
+TEST_F(SceneFixture, EdgeOnAndBackFacingFacesVanish) {
+    const std::vector<uint8_t> before = target.bytes;
+    QuadFace face = FullFace();
+    face.SetCorners({0, 1, -1}, {0, 1, 1}, {0, -1, 1}, {0, -1, -1});  // exactly edge-on
+    // n.z = 0 counts as front-facing, so the face is dealt with; its
+    // quadrangle is a line and the warp refuses it.
+    EXPECT_TRUE(scene.DrawQuad(face, kSmoothBilinear, false));
+    EXPECT_EQ(target.bytes, before);
+
+    QuadFace turned = FullFace();
+    turned.SetCorners(scene.TopRight(), scene.TopLeft(), scene.BottomLeft(), scene.BottomRight());
+    EXPECT_FALSE(scene.DrawQuad(turned, kSmoothBilinear, false));
+    EXPECT_FALSE(scene.DrawQuad(turned, kSmoothBilinear, true));
+    EXPECT_EQ(target.bytes, before);
+    // A pass for backs draws nothing in a one-sided scene.
+    EXPECT_FALSE(scene.DrawQuad(FullFace(), kSmoothBilinear, true));
+}
+
+TEST_F(SceneFixture, DoubleSidedDrawsTheBackMirrored) {
+    Frame back(40, 30);
+    back.Pattern(9);
+    scene.SetFlags(SceneFlagDoubleSided);
+    QuadFace face = FullFace();
+    face.SetBackPicture(&back.picture);
+    face.SetCorners(scene.TopRight(), scene.TopLeft(), scene.BottomLeft(), scene.BottomRight());
+    EXPECT_TRUE(scene.DrawQuad(face, kSmoothBilinear, true));
+    // Flip 0 puts the back picture the right way round after a turn about y.
+    EXPECT_EQ(target.bytes, back.bytes);
+}
+
+TEST_F(SceneFixture, FacesBeyondOneSideAreSkipped) {
+    const std::vector<uint8_t> before = target.bytes;
+    QuadFace left = FullFace();
+    left.SetCorners({-5, 1, 0}, {-3, 1, 0}, {-3, -1, 0}, {-5, -1, 0});
+    EXPECT_TRUE(scene.DrawQuad(left, kSmoothBilinear, false));
+    EXPECT_EQ(target.bytes, before);
+    // Two corners beyond the left and two beyond the right: drawn.
+    QuadFace wide = FullFace();
+    wide.SetCorners({-3, 0.5, 0}, {3, 0.5, 0}, {3, -0.5, 0}, {-3, -0.5, 0});
+    EXPECT_TRUE(scene.DrawQuad(wide, kSmoothBilinear, false));
+    EXPECT_NE(target.bytes, before);
+}
+
+TEST_F(SceneFixture, NarrowSourcesAndMissingInterpolationDrawNothing) {
+    const std::vector<uint8_t> before = target.bytes;
+    QuadFace thin = FullFace();
+    thin.frontRect = {0.5, 0, 0.5, 1};  // one pixel wide
+    EXPECT_TRUE(scene.DrawQuad(thin, kSmoothBilinear, false));
+    EXPECT_TRUE(scene.DrawQuad(FullFace(), 0x80000000u, false));
+    EXPECT_EQ(target.bytes, before);
+    QuadFace invalid = FullFace();
+    invalid.SetFrontPicture(nullptr);
+    EXPECT_FALSE(scene.DrawQuad(invalid, kSmoothBilinear, false));
+}
+
+TEST_F(SceneFixture, ShadingLowersAlphaWithTheColours) {
+    source.Uniform(200, 100, 50, 255);
+    LinearLight light;  // ambient 0: brightness is the normal's z
+    scene.AddLight(&light);
+    QuadFace face = FullFace();
+    face.SetCorners({-0.25, 0.5, -0.433}, {0.25, 0.5, 0.433}, {0.25, -0.5, 0.433}, {-0.25, -0.5, -0.433});
+    scene.SetProjectionMatrix(Matrix3D::Identity());  // keeps the normal's z at cos 60
+    EXPECT_TRUE(scene.DrawQuad(face, kSmoothBilinear, false));
+    const std::vector<Vector3D> c = face.TransformedCorners(Matrix3D::Identity());
+    const double b = TriangleNormal(c[0], c[3], c[1]).z;
+    const uint32_t k = static_cast<uint32_t>(b * 255.0);
+    const uint32_t a = (255 * k) >> 8;
+    const uint8_t* p = target.Px(20, 15);
+    EXPECT_EQ(p[3], a);
+    EXPECT_EQ(p[0], (200 * a) >> 8);
+    EXPECT_EQ(p[1], (100 * a) >> 8);
+    EXPECT_EQ(p[2], (50 * a) >> 8);
+}
+
+// Shading is prepared only where the warp samples, and reused between faces
+// of one mesh; the picture must be the one a whole preparation gives.
+TEST_F(SceneFixture, PartlyPreparedShadingMatchesAWholePreparation) {
+    Frame big(300, 200);
+    big.Pattern(21);
+    Frame out(300, 200, 0x33), expected(300, 200, 0x33);
+    LinearLight light;
+    light.SetAmbient(0.3);
+    Scene3D s;
+    s.SetAllocator(&allocator);
+    s.SetTarget(out.picture);
+    s.AddLight(&light);
+    s.SetProjectionMatrix(Matrix3D::Perspective(6.0));
+    s.SetWorldMatrix(Multiply(Matrix3D::RotationY(0.6), Matrix3D::Translation(-0.9, 0.2, -0.5)));
+    QuadFace face(s.TopLeft(), s.TopRight(), s.BottomRight(), s.BottomLeft(), &big.picture, nullptr, 0);
+    face.frontRect = {0.1, 0.0, 0.9, 0.8};
+    EXPECT_TRUE(s.DrawQuad(face, kSmoothBilinear, false));
+
+    const std::vector<Vector3D> c = face.TransformedCorners(s.GetCombinedMatrix());
+    const double b = s.LightFactor(TriangleNormal(c[0], c[3], c[1]), {}, false);
+    ASSERT_LT(b, 1.0);
+    double q[8];
+    for (int i = 0; i < 4; ++i) {
+        const PixelPosition p = s.Project(c[i]);
+        q[2 * i] = SnapToPixel(p.x);
+        q[2 * i + 1] = SnapToPixel(p.y);
+    }
+    const PixelRect r = face.SourceRect(false);
+    Picture cut;
+    cut.Attach(big.picture.PixelAddress(r.x, r.y), r.width, r.height, big.picture.pitch, 4);
+    Frame work(r.width, r.height);
+    PictureOps::ScalePictureAlpha(cut, work.picture, static_cast<int32_t>(b * 255.0));
+    SceneTarget t;
+    t.picture.Attach(expected.bytes.data(), 300, 200, 1200, 4);
+    t.width = 300;
+    t.height = 200;
+    ASSERT_TRUE(WarpFaceInto(t, q, work.picture, kSmoothBilinear));
+    size_t diffs = 0, first = 0;
+    for (size_t i = 0; i < out.bytes.size(); ++i) if (out.bytes[i] != expected.bytes[i]) { if (!diffs) first = i; ++diffs; }
+    EXPECT_EQ(diffs, 0u) << "first " << first / 4 % 300 << "," << first / 1200 << " ch " << first % 4 << " " << int(out.bytes[first]) << " vs " << int(expected.bytes[first]) << " b=" << b << " r=" << r.x << "," << r.y << "," << r.width << "," << r.height;
+    EXPECT_EQ(out.bytes, expected.bytes);
+
+    // A tilted grid drawn as a mesh equals its faces drawn one by one.
+    s.SetWorldMatrix(Multiply(Matrix3D::RotationX(0.4), Matrix3D::Translation(0.3, 0, -1)));
+    const QuadMesh grid =
+        QuadMeshCreator().MakeGrid(s.TopLeft(), s.TopRight(), {}, s.BottomLeft(), 3, 2, &big.picture, nullptr, 0);
+    QuadMesh wholes = grid;
+    for (QuadFace& f : wholes.faces) f.frontRect = {0, 0, 1, 1};  // every face the same rectangle
+    s.DrawMesh(wholes, kSmoothBilinear);
+    const std::vector<uint8_t> meshBytes = out.bytes;
+    for (const int32_t i : DepthSortOrder(wholes.faces)) s.DrawQuad(wholes.faces[i], kSmoothBilinear, false);
+    EXPECT_EQ(out.bytes, meshBytes);
+}
+
+TEST_F(SceneFixture, EdgePassMixesTheRimOfASlantedEdge) {
+    Frame small(8, 8, 0);
+    Frame white(4, 4, 255);
+    SceneTarget t;
+    t.picture.Attach(small.bytes.data(), 8, 8, 32, 4);
+    t.width = 8;
+    t.height = 8;
+    const double q[8] = {1, 1, 6, 2, 6, 6, 1, 6};
+    EXPECT_TRUE(WarpFaceInto(t, q, white.picture, kSmoothBilinear));
+    // The top edge crosses column 3 at row 1.4: the outer pixel (3, 1) takes
+    // 0.6 of the inner one.
+    EXPECT_EQ(small.Px(3, 1)[0], 153);
+    EXPECT_EQ(small.Px(3, 1)[3], 153);
+    EXPECT_EQ(small.Px(3, 2)[0], 255);
+    // Axis-parallel edges stay hard.
+    EXPECT_EQ(small.Px(0, 3)[0], 0);
+    EXPECT_EQ(small.Px(1, 3)[0], 255);
+    EXPECT_EQ(small.Px(6, 6)[0], 255);
+    EXPECT_EQ(small.Px(7, 6)[0], 0);
+    EXPECT_EQ(small.Px(3, 7)[0], 0);
+    // Without the smooth bit the rim is left alone.
+    Frame hard(8, 8, 0);
+    t.picture.Attach(hard.bytes.data(), 8, 8, 32, 4);
+    EXPECT_TRUE(WarpFaceInto(t, q, white.picture, 2));
+    EXPECT_EQ(hard.Px(3, 1)[0], 0);
+    // A bow-tie is refused.
+    const double bowTie[8] = {1, 1, 6, 6, 6, 1, 1, 6};
+    EXPECT_FALSE(WarpFaceInto(t, bowTie, white.picture, 2));
+}
+
+TEST_F(SceneFixture, ClearsKeepOrSetAlphaAsAsked) {
+    scene.ClearToColor(ColorRGB(0x00332211u), false);
+    EXPECT_EQ(target.Px(5, 5)[0], 0x33);
+    EXPECT_EQ(target.Px(5, 5)[2], 0x11);
+    EXPECT_EQ(target.Px(5, 5)[3], 0x11);  // the frame's own alpha
+    scene.ClearToColor(ColorRGB(), true);
+    EXPECT_EQ(target.Px(39, 29)[3], 0);
+    Frame smaller(10, 5);
+    smaller.Pattern(3);
+    scene.ClearToPicture(smaller.picture, ColorRGB(1, 2, 3));
+    EXPECT_EQ(std::memcmp(target.Px(0, 4), smaller.Px(0, 4), 40), 0);
+    const uint8_t fill[4] = {3, 2, 1, 255};
+    EXPECT_EQ(std::memcmp(target.Px(10, 4), fill, 4), 0);
+    EXPECT_EQ(std::memcmp(target.Px(0, 5), fill, 4), 0);
+}
+
+TEST(Scene3D, LightsAndPostEffectsAreKeptOnceEach) {
+    struct Counting final : PREffect {
+        explicit Counting(int* deleted) : deleted(deleted) {}
+        ~Counting() override { ++*deleted; }
+        void ProcessPicture(Picture&) override {}
+        int* deleted;
+    };
+    Scene3D scene;
+    EXPECT_EQ(scene.LightFactor({0, 0, 1}, {}, false), 1.0);
+    LinearLight a, b;
+    a.SetAmbient(0.5);
+    scene.AddLight(&a);
+    scene.AddLight(&a);
+    scene.AddLight(nullptr);
+    scene.AddLight(&b);
+    EXPECT_EQ(scene.LightCount(), 2u);
+    EXPECT_EQ(scene.LightFactor({1, 0, 0}, {}, false), 0.25);
+    scene.ClearLights();
+    EXPECT_EQ(scene.LightCount(), 0u);
+    int deleted = 0;
+    auto* effect = new Counting(&deleted);
+    scene.AddPostEffect(effect);
+    scene.AddPostEffect(effect);
+    scene.DeletePostEffects();
+    EXPECT_EQ(deleted, 1);
+    scene.SetFlags(0x41);
+    EXPECT_TRUE(scene.TestFlags(SceneFlagDoubleSided));
+    EXPECT_FALSE(scene.TestFlags(0x2));
+}
+
+}  // namespace
+}  // namespace halcyra

@@ -8,10 +8,14 @@
 
 #include "frame/Catalogue.h"
 #include "frame/EffectInterfaces.h"
+#include "picture/kernels/CpuClass.h"
 
 namespace {
 
 using namespace halcyra;
+
+// As at process attach: the best kernels this processor has.
+const bool kernelsSelected = (SelectCpuClass(DetectCpuClass()), true);
 
 constexpr int32_t kWidth = 1920;
 constexpr int32_t kHeight = 1080;

@@ -4,10 +4,15 @@
 // of its three colour bytes (0..765), so each frame evaluates the sine once per
 // possible sum, with exactly the arithmetic of the per-pixel form, and the
 // pixel loop looks the results up. v * tint and byte * picture are likewise
-// the same doubles whether computed per pixel or per table entry.
+// the same doubles whether computed per pixel or per table entry, so a large
+// picture tables every (sum, byte) pair once and the loop only looks up.
 #include "effects/Metallic.h"
 
 #include <cmath>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+#include <cstring>
 #include <vector>
 
 #include "frame/ActivationManager.h"
@@ -39,6 +44,31 @@ inline uint8_t MetalChannel(double scaledV, double scaledSource) {
     return ClampToByte(static_cast<int16_t>(static_cast<uint16_t>(whole)));
 }
 
+// MetalChannel for the 256 bytes of one sum. The processor's truncating
+// conversion gives the same integer indefinite value as TruncToInt32, and the
+// two packs wrap to 16 bits and then clamp to a byte exactly as MetalChannel.
+void MetalTableRow(double scaledV, const double* byteTerm, uint8_t* row) {
+#if defined(__SSE2__)
+    const __m128d v = _mm_set1_pd(scaledV);
+    for (int c = 0; c < 256; c += 8) {
+        __m128i whole[4];
+        for (int q = 0; q < 4; ++q) {
+            const __m128i lo = _mm_cvttpd_epi32(_mm_add_pd(v, _mm_loadu_pd(byteTerm + c + q * 2)));
+            whole[q] = lo;
+        }
+        const __m128i first = _mm_unpacklo_epi64(whole[0], whole[1]);
+        const __m128i second = _mm_unpacklo_epi64(whole[2], whole[3]);
+        // Keep the low 16 bits, sign-extended: the signed 16-bit value.
+        const __m128i first16 = _mm_srai_epi32(_mm_slli_epi32(first, 16), 16);
+        const __m128i second16 = _mm_srai_epi32(_mm_slli_epi32(second, 16), 16);
+        const __m128i words = _mm_packs_epi32(first16, second16);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(row + c), _mm_packus_epi16(words, words));
+    }
+#else
+    for (int c = 0; c < 256; ++c) row[c] = MetalChannel(scaledV, byteTerm[c]);
+#endif
+}
+
 }  // namespace
 
 void MetalPixels(const Picture& source, Picture& destination, int32_t width, int32_t height,
@@ -52,11 +82,40 @@ void MetalPixels(const Picture& source, Picture& destination, int32_t width, int
         const double l = static_cast<double>(sum) / 768.0;
         double v = (std::sin(l * f.frequencyTerm + f.phase * 3.1415 * 2.0) * f.shine + 1.0) * 0.5 + l;
         v = v * (f.metal * 256.0);
-        for (int k = 0; k < 3; ++k) sumTerm[k * kSums + sum] = v * f.tint[k];
+        for (int k = 0; k < 3; ++k) sumTerm[static_cast<size_t>(k * kSums + sum)] = v * f.tint[k];
     }
     const double* red = sumTerm.data();
     const double* green = red + kSums;
     const double* blue = green + kSums;
+
+    // On large pictures every (sum, byte) result is tabled once: three tables
+    // of 766 x 256 bytes, then the loop is three lookups a pixel.
+    constexpr int64_t kTableWorthIt = 3 * kSums * 256;
+    if (static_cast<int64_t>(width) * height >= kTableWorthIt) {
+        std::vector<uint8_t> tables(3 * static_cast<size_t>(kSums) * 256);
+        for (int k = 0; k < 3; ++k) {
+            const double* term = sumTerm.data() + k * kSums;
+            uint8_t* table = tables.data() + static_cast<size_t>(k) * kSums * 256;
+            for (int sum = 0; sum < kSums; ++sum) MetalTableRow(term[sum], byteTerm, table + sum * 256);
+        }
+        const uint8_t* tableRed = tables.data();
+        const uint8_t* tableGreen = tableRed + kSums * 256;
+        const uint8_t* tableBlue = tableGreen + kSums * 256;
+        for (int32_t y = 0; y < height; ++y) {
+            const uint8_t* s = source.Row(y);
+            uint8_t* d = destination.Row(y);
+            for (int32_t x = 0; x < width; ++x, s += 4, d += 4) {
+                uint32_t pixel;
+                std::memcpy(&pixel, s, 4);
+                const uint32_t b = pixel & 0xff, g = (pixel >> 8) & 0xff, r = (pixel >> 16) & 0xff;
+                const uint32_t row = (b + g + r) << 8;
+                const uint32_t result = tableBlue[row + b] | (uint32_t{tableGreen[row + g]} << 8) |
+                                        (uint32_t{tableRed[row + r]} << 16) | (pixel & 0xff000000u);
+                std::memcpy(d, &result, 4);
+            }
+        }
+        return;
+    }
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* s = source.Row(y);
         uint8_t* d = destination.Row(y);

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <vector>
 
 #include "TestHost.h"
 #include "effects/Metallic.h"
@@ -52,6 +54,31 @@ TEST(Metallic, FilterMatchesThePerPixelFunctionWithFloatFactors) {
             ASSERT_EQ(std::memcmp(expected, out.Pixel(x, y), 4), 0) << x << "," << y;
         }
     EXPECT_TRUE(out.GuardsIntact());
+}
+
+TEST(Metallic, TabledLoopOfLargePicturesMatchesThePerPixelFunction) {
+    // Large enough for the (sum, byte) tables; factors that wrap the 16-bit
+    // value (metal 90), go negative (picture -1) and reach the indefinite
+    // integer (NaN shine) included.
+    constexpr int32_t width = 1024, height = 600;
+    std::vector<uint8_t> source(static_cast<size_t>(width) * height * 4), target(source.size());
+    for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<uint8_t>((i * 2654435761u) >> 11);
+    Picture in, out;
+    in.Attach(source.data(), width, height, width * 4, 4);
+    out.Attach(target.data(), width, height, width * 4, 4);
+    const MetalFactors cases[] = {
+        {{0.8, 0.5, 0.1}, 0.45, 0.65, 30.1, 0.84, 0.25},
+        {{0.99, 0.99, 0.99}, -1.0, 90.0, 6.3, 1.0, 0.0},
+        {{0.5, 0.5, 0.5}, 1.0, 1.0, 6.3, std::nan(""), 0.5},
+    };
+    for (const MetalFactors& f : cases) {
+        MetalPixels(in, out, width, height, f);
+        for (size_t i = 0; i < source.size(); i += 4 * 97) {
+            uint8_t expected[4];
+            MetalPixel(&source[i], expected, f.tint, f.picture, f.metal, f.frequencyTerm, f.shine, f.phase);
+            ASSERT_EQ(std::memcmp(expected, &target[i], 4), 0) << i / 4;
+        }
+    }
 }
 
 TEST(Metallic, BlackIsNotBlackAndShineZeroRemovesBands) {
@@ -127,22 +154,22 @@ TEST(Metallic, ZeroCrossFadeAtTheMidpointMixesAllFirst) {
 
 TEST(Metallic, RegressionChecksums) {
     struct Case {
+        bool wrapped;
         double progress;
         uint32_t crc;
     };
-    // Transition at several progress values, then the wrapped filter.
-    const Case cases[] = {{0.25, 0}, {0.5, 0}, {0.6, 0}};
+    const Case cases[] = {{false, 0.25, 2471834881u}, {false, 0.5, 2064252246u}, {false, 0.6, 1482007672u}, {true, 0.5, 217691735u}};
     GuardedFrame a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true);
     a.FillPattern(11);
     b.FillPattern(12);
     for (const Case& c : cases) {
         TestHost host;
-        CMetallic effect;
-        host.UseDefaults(&effect);
+        IVideoEffect* effect = c.wrapped ? static_cast<IVideoEffect*>(new CWrapMetallic()) : new CMetallic();
+        host.UseDefaults(effect);
         RenderInfo info = test::MakeRenderInfo(c.progress);
-        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-        RecordProperty("crc", std::to_string(out.Crc()));
-        if (c.crc != 0) EXPECT_EQ(out.Crc(), c.crc) << c.progress;
+        effect->Render(&host, &a.desc, &b.desc, &out.desc, &info);
+        EXPECT_EQ(out.Crc(), c.crc) << "wrapped " << c.wrapped << " at " << c.progress;
+        effect->Release();
     }
 }
 

@@ -1,6 +1,8 @@
 // Pixel routines at 1920x1080, in megapixels per second, each beside a plain
 // copy of the same frame (the floor) and run both as the reference and as the
 // best class this machine has. Compare ratios within one run; the machine is shared.
+#include "picture/kernels/Kernels.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -9,7 +11,6 @@
 #include <vector>
 
 #include "picture/kernels/KernelTable.h"
-#include "picture/kernels/Kernels.h"
 
 namespace {
 
@@ -33,11 +34,26 @@ struct Frame {
     std::vector<uint8_t> storage;
 };
 
-Frame& A() { static Frame f(4); return f; }
-Frame& B() { static Frame f(4); return f; }
-Frame& C() { static Frame f(4); return f; }
-Frame& M1() { static Frame f(1); return f; }
-Frame& M2() { static Frame f(1); return f; }
+Frame& A() {
+    static Frame f(4);
+    return f;
+}
+Frame& B() {
+    static Frame f(4);
+    return f;
+}
+Frame& C() {
+    static Frame f(4);
+    return f;
+}
+Frame& M1() {
+    static Frame f(1);
+    return f;
+}
+Frame& M2() {
+    static Frame f(1);
+    return f;
+}
 
 std::vector<int32_t> Triangle(int32_t length) {
     std::vector<int32_t> k(static_cast<size_t>(length));
@@ -57,9 +73,9 @@ void Run(benchmark::State& state, const std::function<void()>& body) {
         body();
         benchmark::ClobberMemory();
     }
-    state.counters["Mpix/s"] =
-        benchmark::Counter(static_cast<double>(kWidth) * kHeight * 1e-6 * static_cast<double>(state.iterations()),
-                           benchmark::Counter::kIsRate);
+    state.counters["Mpix/s"] = benchmark::Counter(
+        static_cast<double>(kWidth) * kHeight * 1e-6 * static_cast<double>(state.iterations()),
+        benchmark::Counter::kIsRate);
 }
 
 void Register(const std::string& name, CpuClass cpuClass, std::function<void(const KernelTable&)> body) {
@@ -95,15 +111,19 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
         });
     for (int32_t mode : {0, 6})
         Register("AlphaComposite/mode" + std::to_string(mode), cpuClass, [=](const KernelTable& t) {
-            t.alphaComposite(A().Origin(), A().pitch, B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, mode);
+            t.alphaComposite(A().Origin(), A().pitch, B().Origin(), B().pitch, C().Origin(), C().pitch, w, h,
+                             mode);
         });
     Register("MixBytes4", cpuClass, [=](const KernelTable& t) {
-        t.mixBytes4(A().Origin(), A().pitch, B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, 100, 155);
+        t.mixBytes4(A().Origin(), A().pitch, B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, 100,
+                    155);
     });
-    Register("RgbToHsv", cpuClass,
-             [=](const KernelTable& t) { t.rgbToHsv(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h); });
-    Register("HsvToRgb", cpuClass,
-             [=](const KernelTable& t) { t.hsvToRgb(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h); });
+    Register("RgbToHsv", cpuClass, [=](const KernelTable& t) {
+        t.rgbToHsv(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h);
+    });
+    Register("HsvToRgb", cpuClass, [=](const KernelTable& t) {
+        t.hsvToRgb(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h);
+    });
     Register("Convolve3x3", cpuClass, [=](const KernelTable& t) {
         static const float kernel[9] = {-1, -1, -1, -1, 8.5f, -1, -1, -1, -1};
         t.convolve(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, kernel, 3, 3, 1, 1);
@@ -112,16 +132,17 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
         const std::vector<int32_t> k = Triangle(length);
         const FilterDivisor divisor = FilterDivisorRule(Sum(k));
         Register("FilterColumns/triangle" + std::to_string(length), cpuClass, [=](const KernelTable& t) {
-            t.filterColumns(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, k.data(), length, length >> 1,
-                            divisor);
+            t.filterColumns(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, k.data(), length,
+                            length >> 1, divisor);
         });
         Register("FilterRows/triangle" + std::to_string(length), cpuClass, [=](const KernelTable& t) {
-            t.filterRows(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, k.data(), length, length >> 1,
-                         divisor);
+            t.filterRows(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, k.data(), length,
+                         length >> 1, divisor);
         });
     }
-    Register("Mean5x5", cpuClass,
-             [=](const KernelTable& t) { t.mean(M1().Origin(), M1().pitch, M2().Origin(), M2().pitch, w, h, 55); });
+    Register("Mean5x5", cpuClass, [=](const KernelTable& t) {
+        t.mean(M1().Origin(), M1().pitch, M2().Origin(), M2().pitch, w, h, 55);
+    });
     for (int32_t diameter : {11, 21, 51, 101}) {
         if (reference && diameter > 21) continue;  // the direct form takes seconds per frame there
         std::vector<uint8_t> mask(static_cast<size_t>(diameter) * diameter);

@@ -19,7 +19,8 @@ constexpr int32_t kHeight = 1080;
 
 struct FrameBuffer {
     explicit FrameBuffer(uint32_t seed) : bytes(static_cast<size_t>(kWidth) * kHeight * 4) {
-        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>((i + seed) * 2654435761u >> 13);
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<uint8_t>((i + seed) * 2654435761u >> 13);
         desc.data = bytes.data();
         desc.width = kWidth;
         desc.height = kHeight;

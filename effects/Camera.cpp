@@ -297,6 +297,9 @@ bool CShake::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, Image
 
         Picture layer;
         if (layer.Allocate(w, h, 4, &allocator)) {
+            // A second clip smaller than the first leaves part of the layer
+            // unwritten by its copy and warp; that part then shows as clear.
+            if (frames.inputs[1].width < w || frames.inputs[1].height < h) PictureOps::FillPicture(layer, 0);
             // The parameters themselves choose the path.
             const int32_t timingStream =
                 TruncToInt32((horizontal * 2.0f + vertical * 3.0f + rotation) * 1000.0f);

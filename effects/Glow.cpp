@@ -1,14 +1,14 @@
 // Glow and Halo transitions, their shared outer frame, and the triangular blur.
 //
-// The per-pixel pass of the glow depends on a pixel only through the sums of
-// its three colour bytes (for the brightness terms) and its own bytes, so the
-// brightness terms are looked up per sum; the tables hold exactly what the
-// integer formulas give.
+// The bloom is written as one branch-free expression over whole pixel words:
+// the compiler turns it into vector code, and integer arithmetic makes that
+// exactly the per-pixel formula.
 #include "effects/Glow.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 #include "frame/ActivationManager.h"
 #include "picture/PictureOps.h"
@@ -57,7 +57,7 @@ constexpr float kHaloSoftKernel[9] = {kSoftOuter, kSoftOuter, kSoftOuter, kSoftO
 bool MarginUsable(int32_t width, int32_t height, int32_t margin) {
     if (margin < 0 || margin > (1 << 15)) return false;
     const int64_t pixels = (int64_t{width} + margin) * (int64_t{height} + margin);
-    return pixels <= (int64_t{1} << 28);
+    return pixels <= (int64_t{1} << 26);
 }
 
 // A work picture whose replicated interior is empty (4 pixels or less across)
@@ -78,38 +78,42 @@ int32_t OverlapHeight(const Picture& a, const Picture& b) {
 }
 
 // The colour-bounded bloom over the blurred picture in output and the mixed
-// picture s, all integer.
+// picture s, all integer. Gain and threshold outside anything the parameters'
+// ranges give are held where the sums stay in 32 bits.
 void GlowPixels(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t gain,
                 int32_t threshold, uint32_t colour) {
     width = std::min(width, OverlapWidth(mixed, output));
     height = std::min(height, OverlapHeight(mixed, output));
     if (width <= 0 || height <= 0) return;
+    gain = ClampInt(gain, -(1 << 16), 1 << 16);
+    threshold = ClampInt(threshold, -(1 << 20), 1 << 20);
     // Memory order B, G, R; the colour parameter has red in its low byte.
-    const int64_t bound[3] = {(colour >> 16) & 0xff, (colour >> 8) & 0xff, colour & 0xff};
-    // bright and base per sum of the three colour bytes.
-    int64_t brightOf[766];
-    int64_t baseOf[766];
-    for (int32_t sum = 0; sum < 766; ++sum) {
-        const int64_t luma = (int64_t{sum} * 85) >> 8;
-        brightOf[sum] = (luma * gain) >> 8;
-        baseOf[sum] = luma;
-    }
+    const int32_t bound[3] = {static_cast<int32_t>((colour >> 16) & 0xff),
+                              static_cast<int32_t>((colour >> 8) & 0xff),
+                              static_cast<int32_t>(colour & 0xff)};
     for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* s = mixed.Row(y);
-        uint8_t* o = output.Row(y);
-        for (int32_t x = 0; x < width; ++x, s += 4, o += 4) {
-            const int64_t bright = brightOf[o[0] + o[1] + o[2]];
-            const int64_t base = baseOf[s[0] + s[1] + s[2]];
-            for (int c = 0; c < 3; ++c) {
-                int64_t v;
-                if (base + threshold < bright)
-                    v = s[c] + (((bright - base) * bound[c]) >> 8);
-                else
-                    v = s[c] + threshold;
-                v = std::min(v, bound[c]);  // the colour bounds the bloom
-                o[c] = static_cast<uint8_t>(std::max<int64_t>(v, 0));
-            }
-            o[3] = static_cast<uint8_t>(std::min<int64_t>(255, std::max<int64_t>(bright, s[3])));
+        const PixelWord* __restrict s = reinterpret_cast<const PixelWord*>(mixed.Row(y));
+        PixelWord* __restrict o = reinterpret_cast<PixelWord*>(output.Row(y));
+        // Branch-free on whole pixels so that the loop vectorises.
+        for (int32_t x = 0; x < width; ++x) {
+            const uint32_t sp = s[x];
+            const uint32_t op = o[x];
+            const int32_t s0 = sp & 0xff, s1 = (sp >> 8) & 0xff, s2 = (sp >> 16) & 0xff;
+            const int32_t bright =
+                ((((op & 0xff) + ((op >> 8) & 0xff) + ((op >> 16) & 0xff)) * 85 >> 8) * gain) >> 8;
+            const int32_t base = ((s0 + s1 + s2) * 85) >> 8;
+            const bool bloom = base + threshold < bright;
+            const int32_t d = bright - base;
+            int32_t v0 = bloom ? s0 + ((d * bound[0]) >> 8) : s0 + threshold;
+            int32_t v1 = bloom ? s1 + ((d * bound[1]) >> 8) : s1 + threshold;
+            int32_t v2 = bloom ? s2 + ((d * bound[2]) >> 8) : s2 + threshold;
+            // The colour bounds the result from above, 0 from below.
+            v0 = std::max(std::min(v0, bound[0]), 0);
+            v1 = std::max(std::min(v1, bound[1]), 0);
+            v2 = std::max(std::min(v2, bound[2]), 0);
+            const int32_t alpha = std::min(255, std::max(bright, static_cast<int32_t>(sp >> 24)));
+            o[x] = static_cast<uint32_t>(v0) | static_cast<uint32_t>(v1) << 8 |
+                   static_cast<uint32_t>(v2) << 16 | static_cast<uint32_t>(alpha) << 24;
         }
     }
 }
@@ -145,6 +149,14 @@ void HaloMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t he
     // The replicated interior leaves out the outer two pixels of the picture.
     PictureOps::ReplicatePictureBorder(a, b, diameter + 2, diameter + 2);
     PictureOps::MorphPicture(b, a, diameter, nullptr);
+    if (rimWeight == 0) {
+        // Without rims the blend gives back the dilated picture byte for byte
+        // (d(x * 255) = x, d(x * 0) = 0): soften it straight from there. Only
+        // the interior, which the softening writes, reaches the output.
+        PictureOps::ConvolvePicture(a, b, kHaloSoftKernel, 3);
+        PictureOps::CopyPictureRect(b, diameter, diameter, width, height, output, 0, 0);
+        return;
+    }
     PictureOps::ConvolvePicture(a, b, kHaloEdgeKernel, 3);
     PictureOps::BlendPictures(a, b, WrapSub(255, rimWeight), rimWeight);
     PictureOps::ConvolvePicture(b, a, kHaloSoftKernel, 3);
@@ -159,7 +171,10 @@ void RenderTempoTransition(RenderFrames& frames, MemoryAllocator& allocator, flo
     mixed.Allocate(frames.width, frames.height, 4, &allocator);  // a failure shows as no-op steps
     CrossFadeInto(frames.inputs[0], frames.inputs[1], mixed, p, crossFade);
     const TempoCurve curve = TempoCurveAt(p, tempo);
-    middle(mixed, curve.u);
+    // At the full weight (or above it, which the blend clamps) the put-back
+    // replaces every pixel the middle step could write, d(x * 255) being x,
+    // so that step is skipped.
+    if (curve.crossFadeWeight < 255) middle(mixed, curve.u);
     if (curve.crossFadeWeight != 0)
         PictureOps::BlendPictures(mixed, frames.output, curve.crossFadeWeight,
                                   WrapSub(255, curve.crossFadeWeight));

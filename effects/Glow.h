@@ -7,6 +7,7 @@
 // The triangular blur lives here too; the airbrush look reuses it.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "frame/EffectBase.h"
@@ -14,6 +15,11 @@
 #include "picture/Picture.h"
 
 namespace halcyra {
+
+// A pixel as one 32-bit word (blue in the low byte, alpha in the high byte),
+// read from rows of any alignment, so that whole-pixel loops vectorise.
+using PixelWord = uint32_t __attribute__((may_alias, aligned(1)));
+static_assert(std::endian::native == std::endian::little);
 
 // Where the transition stands: u rises from 0 at the ends to 1 in the middle,
 // and crossFadeWeight (0..255 in range) is how much of the plain cross-fade is

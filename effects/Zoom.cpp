@@ -78,7 +78,22 @@ bool CZoom::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageD
         const float cx = sx * (1.0f - p) + ex * p;
         const float cy = sy * (1.0f - p) + ey * p;
         const int32_t passes = TruncToInt32(smooth * 8.0f);
+        const float start = 0.5f - crossFade * 0.5f;
+        // Outside the cross-fade the composite shows one clip only. The other
+        // clip's work touches the output only where the composite overwrites
+        // it, or clears the rest of it just as the shown clip's passes do, so
+        // it is skipped once the shown clip has its picture.
+        const int shown = p < start ? 0 : (p > start + crossFade ? 1 : -1);
+        bool allocated[2] = {false, false};
+        bool attempted[2] = {false, false};
+        auto allocate = [&](int i) {
+            if (!attempted[i]) allocated[i] = zoomed[i].Allocate(frames.width, frames.height, 4, &allocator);
+            attempted[i] = true;
+            return allocated[i];
+        };
+        if (shown >= 0) allocate(shown);
         for (int i = 0; i < 2; ++i) {
+            if (shown >= 0 && i != shown && allocated[shown]) continue;
             // The first clip zooms up to full strength, the second back down.
             float amount = 1.0f;
             const float c = crossFade * 0.5f + 0.5f;
@@ -90,7 +105,7 @@ bool CZoom::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageD
             }
             amount = amount * amount * amount * zoom * 4.0f;
             float step = amount / PowerOfTwo(passes);
-            if (!zoomed[i].Allocate(frames.width, frames.height, 4, &allocator)) continue;
+            if (!allocate(i)) continue;
             // The first warp happens even without blur passes: a sharp zoom.
             PictureOps::FillPicture(zoomed[i], 0);
             const PictureTransform firstWarp = ZoomStep(step + 1.0f, cx, cy, width, height);
@@ -99,7 +114,6 @@ bool CZoom::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageD
             ZoomDoublingBlur(zoomed[i], frames.output, step, passes, cx, cy, width, height);
         }
 
-        const float start = 0.5f - crossFade * 0.5f;
         if (p < start) {
             PictureOps::CopyPictureRect(zoomed[0], 0, 0, frames.width, frames.height, frames.output, 0, 0);
         } else if (p > start + crossFade) {

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -65,13 +66,15 @@ constexpr const char* kUsage =
     "  --from A, --to B         clips or pictures (any format FFmpeg reads); without\n"
     "                           them two built-in pictures are used\n"
     "  -o, --output OUT         video (.mp4, .webm, .gif, .mkv), one image (.png, .jpg,\n"
-    "                           .bmp, .tif) or an image sequence (frames/%04d.png)\n"
+    "                           .bmp, .tif) or an image sequence (frames/%04d.png,\n"
+    "                           numbered from 0)\n"
     "  --progress P             for one image: the progress of that frame, 0..1 (0.5)\n"
     "  --duration SECONDS       length of a transition (2), or of a filter on a still\n"
     "  --fps N                  frame rate (the first clip's, else 30)\n"
     "  --size WxH               output size (the first clip's, else 1280x720)\n"
-    "  --set NAME=VALUE         a parameter in display units: Zoom=50, Color=#ff8800,\n"
-    "                           Center=25,75, Background=\"Second picture\", Rotate=on\n"
+    "  --set NAME=VALUE         a parameter in display units: Zoom=50, Angle=90,\n"
+    "                           Color=#ff8800, Center=25,75 (percent, y up),\n"
+    "                           Background=\"Second picture\", Rotate=on\n"
     "  --preset NAME            start from one of the effect's presets\n"
     "  --reverse-progress       run progress from 1 to 0\n"
     "sheet options:\n"
@@ -214,10 +217,10 @@ int CommandInfo(const EffectLibrary& library, const Arguments& args) {
         size_t nameWidth = 4;
         for (const ParameterSpec& spec : entry.parameters)
             nameWidth = std::max(nameWidth, spec.shownName.size());
-        std::printf("\n  %2s  %-*s  %-7s %-22s %s\n", "#", static_cast<int>(nameWidth), "name", "type",
+        std::printf("\n  %2s  %-*s  %-7s %-24s %s\n", "#", static_cast<int>(nameWidth), "name", "type",
                     "range", "default");
         for (const ParameterSpec& spec : entry.parameters) {
-            std::printf("  %2d  %-*s  %-7s %-22s %s\n", spec.index, static_cast<int>(nameWidth),
+            std::printf("  %2d  %-*s  %-7s %-24s %s\n", spec.index, static_cast<int>(nameWidth),
                         spec.shownName.c_str(), TypeName(spec.info.type), RangeText(spec).c_str(),
                         DisplayValue(spec, spec.info.value).c_str());
             for (size_t i = 0; i < spec.choices.size(); ++i)
@@ -499,7 +502,7 @@ int RunHalcyra(int argc, char** argv) {
         }
         for (const std::string& arg : args) {
             if (arg == "--") break;
-            if (arg == "--help" || arg == "-h" || arg == "help") {
+            if (arg == "--help" || arg == "-h" || (&arg == &args.front() && arg == "help")) {
                 std::fputs(kUsage, stdout);
                 return 0;
             }

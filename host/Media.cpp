@@ -22,6 +22,9 @@ namespace halcyra::host {
 
 namespace {
 
+// Scaling quality of swscale; conversions at equal size do not depend on it.
+constexpr int kScaleFlags = SWS_BICUBIC;
+
 std::string AvErrorText(int error) {
     char buffer[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(error, buffer, sizeof buffer);
@@ -108,10 +111,14 @@ public:
     ToEncoderConverter(int width, int height, AVPixelFormat format)
         : width(width), height(height), format(format) {
         frame = av_frame_alloc();
+        if (!frame) throw std::bad_alloc();
         frame->format = format;
         frame->width = width;
         frame->height = height;
-        if (av_frame_get_buffer(frame, 0) < 0) throw HostError("out of memory for an output frame");
+        if (av_frame_get_buffer(frame, 0) < 0) {
+            av_frame_free(&frame);
+            throw HostError("out of memory for an output frame");
+        }
     }
     ~ToEncoderConverter() {
         sws_freeContext(sws);
@@ -120,8 +127,7 @@ public:
 
     AVFrame* Convert(const Frame& source) {
         sws = sws_getCachedContext(sws, source.width, source.height, AV_PIX_FMT_BGRA, width, height, format,
-                                   SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr,
-                                   nullptr);
+                                   kScaleFlags, nullptr, nullptr, nullptr);
         if (!sws) throw HostError("cannot convert frames for the encoder");
         const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
         bool yuv = descriptor && !(descriptor->flags & AV_PIX_FMT_FLAG_RGB) && descriptor->nb_components >= 3;
@@ -287,17 +293,36 @@ EncoderChoice ChooseEncoder(const AVOutputFormat* container) {
     return choice;
 }
 
+// The muxer and its temporary file, released even when the writer's
+// constructor gives up half-way.
+struct MuxerHolder {
+    AVFormatContext* context = nullptr;
+    std::string temporary;
+    bool committed = false;
+
+    ~MuxerHolder() {
+        if (context) {
+            if (context->pb) avio_closep(&context->pb);
+            avformat_free_context(context);
+        }
+        if (!committed && !temporary.empty()) std::remove(temporary.c_str());
+    }
+};
+
 class VideoWriter final : public FrameWriter {
 public:
     VideoWriter(const std::string& path, int width, int height, double fps)
         : finalPath(path), temporary(TemporaryPathFor(path)) {
+        muxer.temporary = temporary;
         const AVOutputFormat* container = av_guess_format(nullptr, path.c_str(), nullptr);
         if (!container || container->video_codec == AV_CODEC_ID_NONE)
             throw HostError("cannot tell an output format from the name " + path +
                             " (use .mp4, .webm, .gif, .mkv, .png, .jpg or a pattern like frames/%04d.png)");
         EncoderChoice choice = ChooseEncoder(container);
-        if (avformat_alloc_output_context2(&output, container, nullptr, temporary.c_str()) < 0 || !output)
+        if (avformat_alloc_output_context2(&muxer.context, container, nullptr, temporary.c_str()) < 0 ||
+            !muxer.context)
             throw HostError("cannot set up the " + std::string(container->name) + " writer");
+        output = muxer.context;
         // Without it Matroska draws random identifiers, and equal renders would differ.
         output->flags |= AVFMT_FLAG_BITEXACT;
         const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(choice.pixelFormat);
@@ -353,16 +378,6 @@ public:
         packet.reset(av_packet_alloc());
     }
 
-    ~VideoWriter() override {
-        converter.reset();
-        context.reset();
-        if (output) {
-            if (output->pb) avio_closep(&output->pb);
-            avformat_free_context(output);
-        }
-        if (!finished) std::remove(temporary.c_str());
-    }
-
     void Write(const Frame& frame) override {
         AVFrame* converted = converter->Convert(frame);
         converted->pts = nextPts++;
@@ -375,8 +390,8 @@ public:
         if (result < 0) throw HostError("cannot write " + finalPath + ": " + AvErrorText(result));
         result = avio_closep(&output->pb);
         if (result < 0) throw HostError("cannot write " + finalPath + ": " + AvErrorText(result));
+        muxer.committed = true;  // CommitFile removes the temporary itself if the rename fails
         CommitFile(temporary, finalPath);
-        finished = true;
     }
 
 private:
@@ -395,13 +410,13 @@ private:
 
     std::string finalPath;
     std::string temporary;
-    AVFormatContext* output = nullptr;
+    MuxerHolder muxer;
+    AVFormatContext* output = nullptr;  // owned by muxer
     CodecContextPtr context;
     AVStream* stream = nullptr;
     std::unique_ptr<ToEncoderConverter> converter;
     PacketPtr packet;
     int64_t nextPts = 0;
-    bool finished = false;
 };
 
 }  // namespace
@@ -565,9 +580,9 @@ std::shared_ptr<const Frame> MediaReader::FrameAt(double seconds, int outWidth, 
     if (s.converted && s.converted->width == outWidth && s.converted->height == outHeight) return s.converted;
     AVFrame* source = s.current;
     auto frame = std::make_shared<Frame>(outWidth, outHeight);
-    s.sws = sws_getCachedContext(
-        s.sws, source->width, source->height, static_cast<AVPixelFormat>(source->format), outWidth, outHeight,
-        AV_PIX_FMT_BGRA, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
+    s.sws =
+        sws_getCachedContext(s.sws, source->width, source->height, static_cast<AVPixelFormat>(source->format),
+                             outWidth, outHeight, AV_PIX_FMT_BGRA, kScaleFlags, nullptr, nullptr, nullptr);
     if (!s.sws) throw HostError("cannot convert the pictures of " + path);
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source->format));
     if (descriptor && !(descriptor->flags & AV_PIX_FMT_FLAG_RGB) &&

@@ -84,7 +84,7 @@ std::string RangeText(const ParameterSpec& spec) {
         case kParamFloat:
             return FormatNumber(spec.info.minimum) + " .. " + FormatNumber(spec.info.maximum);
         case kParamPoint:
-            return "x,y in % of the frame";
+            return "x,y % (0,0 bottom left)";
         case kParamColour:
             return "#rrggbb";
         case kParamBool:

@@ -70,13 +70,13 @@ bool CopyPictureChannel(const Picture& first, Picture& second, int32_t firstChan
     const KernelSize size = Overlap(first, second);
     if (first.bytesPerPixel == 4 && second.bytesPerPixel == 1) {
         if (first.data == nullptr || firstChannel < 0 || firstChannel > 3) return false;
-        return KernelCopyChannelOut(first.data + firstChannel, first.pitch, second.data, second.pitch, size) ==
-               kStatusOk;
+        return KernelCopyChannelOut(first.data + firstChannel, first.pitch, second.data, second.pitch,
+                                    size) == kStatusOk;
     }
     if (first.bytesPerPixel == 1 && second.bytesPerPixel == 4) {
         if (second.data == nullptr || secondChannel < 0 || secondChannel > 3) return false;
-        return KernelCopyChannelIn(first.data, first.pitch, second.data + secondChannel, second.pitch, size) ==
-               kStatusOk;
+        return KernelCopyChannelIn(first.data, first.pitch, second.data + secondChannel, second.pitch,
+                                   size) == kStatusOk;
     }
     return false;
 }
@@ -116,8 +116,8 @@ bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter,
                 mask[static_cast<size_t>(y) * diameter + x] = 1;
     const KernelSize size = Overlap(source, destination);
     DilateState* state = nullptr;
-    int32_t status = KernelDilateCreate(std::max(size.width, 1), mask, {diameter, diameter}, {radius, radius},
-                                        &state);
+    int32_t status =
+        KernelDilateCreate(std::max(size.width, 1), mask, {diameter, diameter}, {radius, radius}, &state);
     if (status == kStatusOk) {
         status = KernelDilate(source.data, source.pitch, destination.data, destination.pitch, size,
                               kBorderReplicate, state);

@@ -54,8 +54,8 @@ bool PictureTransform::Warp(const Picture& source, Picture& destination) const {
     const int32_t height = std::min(source.height, destination.height);
     const double coefficients[6] = {matrix[0][0], matrix[1][0], matrix[2][0],
                                     matrix[0][1], matrix[1][1], matrix[2][1]};
-    return KernelWarpAffine(source.data, {width, height}, source.pitch, {0, 0, width, height}, destination.data,
-                            destination.pitch, {0, 0, width, height}, coefficients,
+    return KernelWarpAffine(source.data, {width, height}, source.pitch, {0, 0, width, height},
+                            destination.data, destination.pitch, {0, 0, width, height}, coefficients,
                             kInterpolationBilinear) == kStatusOk;
 }
 
@@ -90,17 +90,19 @@ bool FillPicture(Picture& picture, uint32_t value) {
 bool ReplicatePictureBorder(const Picture& source, Picture& destination, int32_t a, int32_t b) {
     if (source.data == nullptr || destination.data == nullptr || a < 0 || b < 0) return false;
     const int32_t bytesPerPixel = source.bytesPerPixel;
-    if (bytesPerPixel != destination.bytesPerPixel || (bytesPerPixel != 4 && bytesPerPixel != 1)) return false;
+    if (bytesPerPixel != destination.bytesPerPixel || (bytesPerPixel != 4 && bytesPerPixel != 1))
+        return false;
     const int64_t interiorWidth = static_cast<int64_t>(source.width) - 2 * static_cast<int64_t>(a);
     const int64_t interiorHeight = static_cast<int64_t>(source.height) - 2 * static_cast<int64_t>(b);
     if (interiorWidth <= 0 || interiorHeight <= 0) return false;
     const KernelSize interior{static_cast<int32_t>(interiorWidth), static_cast<int32_t>(interiorHeight)};
     const KernelSize whole{destination.width, destination.height};
     const uint8_t* start = source.PixelAddress(a, b);
-    const int32_t status =
-        bytesPerPixel == 4
-            ? KernelReplicate4(start, source.pitch, interior, destination.data, destination.pitch, whole, a, b)
-            : KernelReplicate1(start, source.pitch, interior, destination.data, destination.pitch, whole, a, b);
+    const int32_t status = bytesPerPixel == 4
+                               ? KernelReplicate4(start, source.pitch, interior, destination.data,
+                                                  destination.pitch, whole, a, b)
+                               : KernelReplicate1(start, source.pitch, interior, destination.data,
+                                                  destination.pitch, whole, a, b);
     return status == kStatusOk;
 }
 

@@ -12,8 +12,8 @@ namespace halcyra::PictureOps {
 
 bool CopyPicture(const Picture& source, Picture& destination) {
     return KernelCopy4(source.data, source.pitch, destination.data, destination.pitch,
-                       {std::min(source.width, destination.width), std::min(source.height, destination.height)}) ==
-           kStatusOk;
+                       {std::min(source.width, destination.width),
+                        std::min(source.height, destination.height)}) == kStatusOk;
 }
 
 bool MixPictures(const Picture& first, const Picture& second, Picture& third, float a, float b) {

@@ -37,11 +37,12 @@ bool BaseEffect::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, I
     uint64_t individualBytes = 0;
     int32_t workPictures = 0;
     if (handle.GetUsage(&pictureBytes, &workPictures, &individualBytes)) {
-        std::snprintf(usage, sizeof usage,
-                      "Memory usage: total - %d bytes (pictures - %d bytes, individual - %d bytes); work picture "
-                      "count - %d",
-                      static_cast<int>(pictureBytes + individualBytes), static_cast<int>(pictureBytes),
-                      static_cast<int>(individualBytes), workPictures);
+        std::snprintf(
+            usage, sizeof usage,
+            "Memory usage: total - %d bytes (pictures - %d bytes, individual - %d bytes); work picture "
+            "count - %d",
+            static_cast<int>(pictureBytes + individualBytes), static_cast<int>(pictureBytes),
+            static_cast<int>(individualBytes), workPictures);
     }
     HandToLicenceGate(host, output);
     return result;
@@ -86,6 +87,8 @@ void BaseEffect::DrawBackground(int32_t background, uint32_t colour, const Scene
     }
 }
 
-int32_t TileCount(float value) { return TruncToInt32(value * 8.0f + 2.0f); }
+int32_t TileCount(float value) {
+    return TruncToInt32(value * 8.0f + 2.0f);
+}
 
 }  // namespace halcyra

@@ -20,7 +20,8 @@ enum SceneBackground : int32_t {
     kBackgroundTransparent = 3,
 };
 
-inline constexpr const char* kBackgroundChoices[] = {"Color", "First picture", "Second picture", "Transparent"};
+inline constexpr const char* kBackgroundChoices[] = {"Color", "First picture", "Second picture",
+                                                     "Transparent"};
 inline constexpr const char* kRotationChoices[] = {"None", "Vertical", "Horizontal"};
 inline constexpr uint32_t kDefaultBackgroundColor = 0x606060;
 

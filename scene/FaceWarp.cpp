@@ -4,9 +4,10 @@
 // The bound walks the same spans the warp fills. Along one destination row the
 // map's denominator is linear in x, so when it has one sign at both ends of a
 // span the span's image in the source is the straight segment between the
-// images of its ends. The segment is sampled at steps of at most half a tile
-// and each sample marks the tiles within a margin that covers the gap between
-// samples, the 2 x 2 footprint of the bilinear sample and rounding.
+// images of its ends. The segment is sampled at steps of at most one tile and
+// each sample marks the tiles within a margin that covers the gap between
+// samples (half a step), the 2 x 2 footprint of the bilinear sample and
+// rounding.
 #include "scene/detail/FaceWarp.h"
 
 #include <algorithm>
@@ -19,7 +20,8 @@
 namespace halcyra::detail {
 
 bool WarpSourceIntoQuad(const uint8_t* source, int32_t w, int32_t h, int32_t pitch, uint8_t* destination,
-                        int32_t dw, int32_t dh, int32_t destinationPitch, const double quad[8], uint32_t flags) {
+                        int32_t dw, int32_t dh, int32_t destinationPitch, const double quad[8],
+                        uint32_t flags) {
     if (source == nullptr || destination == nullptr || w < 2 || h < 2 || dw < 1 || dh < 1) return false;
     const KernelRect sourceRect{0, 0, w, h};
     double matrix[9];
@@ -40,7 +42,7 @@ public:
 
     void MarkSegment(double u0, double v0, double u1, double v1) {
         const double length = std::max(std::fabs(u1 - u0), std::fabs(v1 - v0));
-        const double step = tiles.tileSize / 2.0;
+        const double step = tiles.tileSize;
         const auto steps = static_cast<int32_t>(std::ceil(std::min(length, 1e6) / step));
         for (int32_t k = 0; k <= steps; ++k) {
             const double f = steps == 0 ? 0.0 : static_cast<double>(k) / steps;
@@ -57,7 +59,8 @@ private:
         const int32_t x0 = TileOf(u - margin, w, tiles.columns), x1 = TileOf(u + margin, w, tiles.columns);
         const int32_t y0 = TileOf(v - margin, h, tiles.rows), y1 = TileOf(v + margin, h, tiles.rows);
         for (int32_t ty = y0; ty <= y1; ++ty)
-            for (int32_t tx = x0; tx <= x1; ++tx) tiles.needed[static_cast<size_t>(ty) * tiles.columns + tx] = 1;
+            for (int32_t tx = x0; tx <= x1; ++tx)
+                tiles.needed[static_cast<size_t>(ty) * tiles.columns + tx] = 1;
     }
 
     SourceTiles& tiles;
@@ -68,7 +71,8 @@ private:
 
 }  // namespace
 
-void MarkSampledTiles(int32_t w, int32_t h, int32_t dw, int32_t dh, const double quad[8], SourceTiles& tiles) {
+void MarkSampledTiles(int32_t w, int32_t h, int32_t dw, int32_t dh, const double quad[8],
+                      SourceTiles& tiles) {
     if (tiles.tileSize < 1) tiles.tileSize = 32;
     tiles.columns = w > 0 ? (w + tiles.tileSize - 1) / tiles.tileSize : 0;
     tiles.rows = h > 0 ? (h + tiles.tileSize - 1) / tiles.tileSize : 0;
@@ -78,7 +82,8 @@ void MarkSampledTiles(int32_t w, int32_t h, int32_t dw, int32_t dh, const double
 
     const KernelRect sourceRect{0, 0, w, h};
     double c[9];
-    if (KernelPerspectiveFromQuad(&sourceRect, quad, c) != kStatusOk) return;  // the warp draws nothing either
+    if (KernelPerspectiveFromQuad(&sourceRect, quad, c) != kStatusOk)
+        return;  // the warp draws nothing either
     const double adj[9] = {c[4] * c[8] - c[5] * c[7], c[2] * c[7] - c[1] * c[8], c[1] * c[5] - c[2] * c[4],
                            c[5] * c[6] - c[3] * c[8], c[0] * c[8] - c[2] * c[6], c[2] * c[3] - c[0] * c[5],
                            c[3] * c[7] - c[4] * c[6], c[1] * c[6] - c[0] * c[7], c[0] * c[4] - c[1] * c[3]};
@@ -86,7 +91,8 @@ void MarkSampledTiles(int32_t w, int32_t h, int32_t dw, int32_t dh, const double
     double a[9];
     for (int32_t k = 0; k < 9; ++k) a[k] = adj[k] / det;
 
-    const scan::QuadPoint corners[4] = {{quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
+    const scan::QuadPoint corners[4] = {
+        {quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
     const scan::PixelBounds bounds{0, 0, dw - 1, dh - 1};
     scan::ClippedPolygon polygon;
     scan::ClipQuad(corners, bounds, polygon);

@@ -3,7 +3,9 @@
 
 namespace halcyra {
 
-double Light3D::GetLight(Vector3D, Vector3D, bool) { return 1.0; }
+double Light3D::GetLight(Vector3D, Vector3D, bool) {
+    return 1.0;
+}
 
 double LinearLight::GetLight(Vector3D normal, Vector3D, bool twoSided) {
     double v = -Dot(direction, normal);

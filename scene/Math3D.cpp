@@ -29,7 +29,9 @@ Vector3D& Vector3D::operator/=(double s) {
     return *this;
 }
 
-double Vector3D::Length() const { return std::sqrt(x * x + y * y + z * z); }
+double Vector3D::Length() const {
+    return std::sqrt(x * x + y * y + z * z);
+}
 
 void Vector3D::Normalize() {
     const double length = Length();
@@ -42,7 +44,9 @@ void Vector3D::Normalize() {
     }
 }
 
-double Dot(const Vector3D& a, const Vector3D& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+double Dot(const Vector3D& a, const Vector3D& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 
 Vector3D Cross(const Vector3D& a, const Vector3D& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
@@ -54,7 +58,9 @@ Vector3D TriangleNormal(const Vector3D& a, const Vector3D& b, const Vector3D& c)
     return n;
 }
 
-void Matrix3D::SetZero() { *this = Matrix3D(); }
+void Matrix3D::SetZero() {
+    *this = Matrix3D();
+}
 
 Matrix3D Matrix3D::Identity() {
     Matrix3D r;
@@ -121,7 +127,8 @@ Matrix3D Multiply(const Matrix3D& a, const Matrix3D& b) {
     Matrix3D r;
     for (int j = 0; j < 4; ++j)
         for (int i = 0; i < 4; ++i)
-            r.m[j][i] = b.m[j][0] * a.m[0][i] + b.m[j][1] * a.m[1][i] + b.m[j][2] * a.m[2][i] + b.m[j][3] * a.m[3][i];
+            r.m[j][i] =
+                b.m[j][0] * a.m[0][i] + b.m[j][1] * a.m[1][i] + b.m[j][2] * a.m[2][i] + b.m[j][3] * a.m[3][i];
     return r;
 }
 

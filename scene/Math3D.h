@@ -74,7 +74,9 @@ struct ColorRGB {
     ColorRGB(uint8_t r, uint8_t g, uint8_t b) : r(r), g(g), b(b) {}
     // Red in the lowest byte, as a Colour parameter packs it.
     explicit ColorRGB(uint32_t packed)
-        : r(static_cast<uint8_t>(packed)), g(static_cast<uint8_t>(packed >> 8)), b(static_cast<uint8_t>(packed >> 16)) {}
+        : r(static_cast<uint8_t>(packed)),
+          g(static_cast<uint8_t>(packed >> 8)),
+          b(static_cast<uint8_t>(packed >> 16)) {}
 };
 
 }  // namespace halcyra

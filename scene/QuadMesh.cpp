@@ -7,7 +7,9 @@
 namespace halcyra {
 namespace {
 
-int32_t RoundHalfUp(double v) { return TruncToInt32(v + 0.5); }
+int32_t RoundHalfUp(double v) {
+    return TruncToInt32(v + 0.5);
+}
 
 Vector3D GridPoint(const Vector3D& tl, const Vector3D& right, const Vector3D& down, double u, double v) {
     return tl + right * u + down * v;
@@ -101,9 +103,9 @@ QuadMesh QuadMeshCreator::MakeBox(const Vector3D& a, const Vector3D& b, const Ve
     return mesh;
 }
 
-QuadMesh QuadMeshCreator::MakeGrid(const Vector3D& tl, const Vector3D& tr, const Vector3D&, const Vector3D& bl,
-                                   int32_t columns, int32_t rows, Picture* front, Picture* back,
-                                   int32_t flip) const {
+QuadMesh QuadMeshCreator::MakeGrid(const Vector3D& tl, const Vector3D& tr, const Vector3D&,
+                                   const Vector3D& bl, int32_t columns, int32_t rows, Picture* front,
+                                   Picture* back, int32_t flip) const {
     QuadMesh mesh;
     const Vector3D right = tr - tl;
     const Vector3D down = bl - tl;
@@ -114,7 +116,8 @@ QuadMesh QuadMeshCreator::MakeGrid(const Vector3D& tl, const Vector3D& tr, const
             const double ul = static_cast<double>(c) / columns;
             const double ur = static_cast<double>(c + 1) / columns;
             QuadFace face(GridPoint(tl, right, down, ul, vt), GridPoint(tl, right, down, ur, vt),
-                          GridPoint(tl, right, down, ur, vb), GridPoint(tl, right, down, ul, vb), front, back, flip);
+                          GridPoint(tl, right, down, ur, vb), GridPoint(tl, right, down, ul, vb), front, back,
+                          flip);
             face.frontRect = {ul, vt, ur, vb};
             // The same part of the back picture lands on the tile's back once
             // the whole plane has turned over.
@@ -126,9 +129,9 @@ QuadMesh QuadMeshCreator::MakeGrid(const Vector3D& tl, const Vector3D& tr, const
     return mesh;
 }
 
-QuadMesh QuadMeshCreator::MakeTiles(int32_t w, int32_t h, const Vector3D& tl, const Vector3D& tr, const Vector3D&,
-                                    const Vector3D& bl, int32_t columns, int32_t rows, Picture* front, Picture* back,
-                                    int32_t flip, bool zigzag) const {
+QuadMesh QuadMeshCreator::MakeTiles(int32_t w, int32_t h, const Vector3D& tl, const Vector3D& tr,
+                                    const Vector3D&, const Vector3D& bl, int32_t columns, int32_t rows,
+                                    Picture* front, Picture* back, int32_t flip, bool zigzag) const {
     QuadMesh mesh;
     if (columns < 1 || rows < 1 || w < 2 || h < 2) return mesh;
     const Vector3D right = tr - tl;
@@ -150,7 +153,8 @@ QuadMesh QuadMeshCreator::MakeTiles(int32_t w, int32_t h, const Vector3D& tl, co
             const double ul = x0 / lastX;
             const double ur = x1 / lastX;
             QuadFace face(GridPoint(tl, right, down, ul, vt), GridPoint(tl, right, down, ur, vt),
-                          GridPoint(tl, right, down, ur, vb), GridPoint(tl, right, down, ul, vb), front, back, flip);
+                          GridPoint(tl, right, down, ur, vb), GridPoint(tl, right, down, ul, vb), front, back,
+                          flip);
             face.frontRect = {ul, vt, ur, vb};
             if (flip == kBackFlipHorizontal)
                 face.backRect = {1.0 - ur, vt, 1.0 - ul, vb};
@@ -176,8 +180,8 @@ std::vector<QuadMesh> QuadMeshCreator::MakeBoxes(const QuadMesh& mesh) const {
         // The second length is the tile's diagonal, not its height: that is
         // how the thickness of a tile's box is defined.
         const double depth = ((p1 - p0).Length() + (p2 - p0).Length()) * 0.5;
-        const Vector3D q0(p0.x, p0.y, p0.z - depth), q1(p1.x, p1.y, p1.z - depth), q2(p2.x, p2.y, p2.z - depth),
-            q3(p3.x, p3.y, p3.z - depth);
+        const Vector3D q0(p0.x, p0.y, p0.z - depth), q1(p1.x, p1.y, p1.z - depth),
+            q2(p2.x, p2.y, p2.z - depth), q3(p3.x, p3.y, p3.z - depth);
         const Vector3D sides[5][4] = {
             {p1, q1, q2, p2}, {q1, q0, q3, q2}, {q0, p0, p3, q3}, {q0, q1, p1, p0}, {p3, p2, q2, q3},
         };

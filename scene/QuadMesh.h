@@ -43,8 +43,13 @@ class QuadFace {
 public:
     QuadFace() : corners(4) {}
     QuadFace(const Vector3D& c0, const Vector3D& c1, const Vector3D& c2, const Vector3D& c3, Picture* front,
-             Picture* back, int32_t flip, const TextureRect& frontSource = {}, const TextureRect& backSource = {})
-        : corners{c0, c1, c2, c3}, frontRect(frontSource), backRect(backSource), frontPicture(front), backPicture(back),
+             Picture* back, int32_t flip, const TextureRect& frontSource = {},
+             const TextureRect& backSource = {})
+        : corners{c0, c1, c2, c3},
+          frontRect(frontSource),
+          backRect(backSource),
+          frontPicture(front),
+          backPicture(back),
           backFlip(flip) {}
 
     void SetCorners(const Vector3D& c0, const Vector3D& c1, const Vector3D& c2, const Vector3D& c3) {
@@ -53,10 +58,16 @@ public:
     std::vector<Vector3D> GetCorners() const { return corners; }
     void SetFrontPicture(Picture* picture) { frontPicture = picture; }
     void SetBackPicture(Picture* picture) { backPicture = picture; }
-    void SetFrontRect(double left, double top, double right, double bottom) { frontRect = {left, top, right, bottom}; }
-    void SetBackRect(double left, double top, double right, double bottom) { backRect = {left, top, right, bottom}; }
+    void SetFrontRect(double left, double top, double right, double bottom) {
+        frontRect = {left, top, right, bottom};
+    }
+    void SetBackRect(double left, double top, double right, double bottom) {
+        backRect = {left, top, right, bottom};
+    }
 
-    Picture* GetPicture(bool back) const { return back && backPicture != nullptr ? backPicture : frontPicture; }
+    Picture* GetPicture(bool back) const {
+        return back && backPicture != nullptr ? backPicture : frontPicture;
+    }
     bool IsValid() const { return !corners.empty() && frontPicture != nullptr; }
     // The pixels to cut from GetPicture(back); sized by the front picture,
     // since both sides are assumed to share one size.
@@ -96,13 +107,13 @@ public:
     QuadMesh MakeBox(const Vector3D& a, const Vector3D& b, const Vector3D& c, const Vector3D& d, double rearZ,
                      Picture* front, Picture* back, int32_t flip) const;
     // columns x rows faces on equal shares of the rectangle; br is not used.
-    QuadMesh MakeGrid(const Vector3D& tl, const Vector3D& tr, const Vector3D& br, const Vector3D& bl, int32_t columns,
-                      int32_t rows, Picture* front, Picture* back, int32_t flip) const;
+    QuadMesh MakeGrid(const Vector3D& tl, const Vector3D& tr, const Vector3D& br, const Vector3D& bl,
+                      int32_t columns, int32_t rows, Picture* front, Picture* back, int32_t flip) const;
     // columns x rows faces whose edges lie on whole pixels of a w x h picture;
     // with zigzag the odd rows run right to left. br is not used.
     QuadMesh MakeTiles(int32_t w, int32_t h, const Vector3D& tl, const Vector3D& tr, const Vector3D& br,
-                       const Vector3D& bl, int32_t columns, int32_t rows, Picture* front, Picture* back, int32_t flip,
-                       bool zigzag) const;
+                       const Vector3D& bl, int32_t columns, int32_t rows, Picture* front, Picture* back,
+                       int32_t flip, bool zigzag) const;
     // One six-faced box per face, as deep as the mean of its top edge and diagonal.
     std::vector<QuadMesh> MakeBoxes(const QuadMesh& mesh) const;
 };

@@ -27,7 +27,9 @@ void ShareDescriptor(const Picture& from, Picture& to) {
     to.owned = false;
 }
 
-bool HasPixels(const Picture& p) { return p.data != nullptr && p.width > 0 && p.height > 0 && p.bytesPerPixel == 4; }
+bool HasPixels(const Picture& p) {
+    return p.data != nullptr && p.width > 0 && p.height > 0 && p.bytesPerPixel == 4;
+}
 
 // The rectangle lies inside the picture, so it can be cut without reading
 // past the picture's rows.
@@ -50,7 +52,8 @@ void ViewRect(const Picture& picture, int32_t x, int32_t y, int32_t width, int32
 // tiles already shaded for an earlier face of the same key are kept. The rest
 // of the work picture is never read.
 void ShadeSampledPart(const Picture& picture, const PixelRect& rect, Picture& work, int32_t factor,
-                      const double q[8], int32_t targetWidth, int32_t targetHeight, std::vector<uint8_t>& done) {
+                      const double q[8], int32_t targetWidth, int32_t targetHeight,
+                      std::vector<uint8_t>& done) {
     detail::SourceTiles tiles;
     tiles.tileSize = kShadeTile;
     detail::MarkSampledTiles(rect.width, rect.height, targetWidth, targetHeight, q, tiles);
@@ -124,15 +127,18 @@ std::vector<int32_t> DepthSortOrder(const std::vector<QuadFace>& faces) {
 
 bool WarpFaceInto(SceneTarget& target, const double q[8], const Picture& source, uint32_t flags) {
     if (!target.IsValid() || !HasPixels(source) || !HasPixels(target.picture)) return false;
-    return detail::WarpSourceIntoQuad(source.data, source.width, source.height, source.pitch, target.picture.data,
-                                      std::min(target.width, target.picture.width),
+    return detail::WarpSourceIntoQuad(source.data, source.width, source.height, source.pitch,
+                                      target.picture.data, std::min(target.width, target.picture.width),
                                       std::min(target.height, target.picture.height), target.picture.pitch, q,
                                       flags);
 }
 
-Scene3D::Scene3D() : world(Matrix3D::Identity()), projection(Matrix3D::Identity()), combined(Matrix3D::Identity()) {}
+Scene3D::Scene3D()
+    : world(Matrix3D::Identity()), projection(Matrix3D::Identity()), combined(Matrix3D::Identity()) {}
 
-Scene3D::~Scene3D() { DeletePostEffects(); }
+Scene3D::~Scene3D() {
+    DeletePostEffects();
+}
 
 bool Scene3D::SetTarget(const Picture& picture) {
     if (target == nullptr) target = std::make_unique<SceneTarget>();
@@ -173,17 +179,20 @@ void Scene3D::DeletePostEffects() {
 
 void Scene3D::ClearToColor(ColorRGB color, bool clearAlpha) {
     if (target == nullptr || !target->IsValid()) return;
-    const Picture& p = target->picture;
+    Picture& p = target->picture;
     // Pixels as little-endian words: blue in the low byte, alpha in the high.
     const uint32_t rgb = static_cast<uint32_t>(color.b) | static_cast<uint32_t>(color.g) << 8 |
                          static_cast<uint32_t>(color.r) << 16;
-    const uint32_t keep = clearAlpha ? 0u : 0xFF000000u;
+    if (clearAlpha) {
+        PictureOps::FillPicture(p, rgb);
+        return;
+    }
     for (int32_t y = 0; y < target->height; ++y) {
         uint8_t* row = p.Row(y);
         for (int32_t x = 0; x < target->width; ++x) {
             uint32_t pixel;
             std::memcpy(&pixel, row + static_cast<size_t>(x) * 4, 4);
-            pixel = (pixel & keep) | rgb;
+            pixel = (pixel & 0xFF000000u) | rgb;
             std::memcpy(row + static_cast<size_t>(x) * 4, &pixel, 4);
         }
     }
@@ -207,6 +216,9 @@ void Scene3D::ClearToPicture(const Picture& source, ColorRGB color) {
 }
 
 void Scene3D::ClearToImage(const ImageDesc& image, ColorRGB color) {
+    // A record whose rows would overlap is no frame to read from.
+    const int64_t pitch = image.pitch < 0 ? -static_cast<int64_t>(image.pitch) : image.pitch;
+    if (image.height > 1 && pitch < static_cast<int64_t>(image.width) * 4) return;
     Picture source;
     source.AttachImage(image);
     ClearToPicture(source, color);
@@ -217,10 +229,18 @@ Vector3D Scene3D::Corner(double sx, double y) const {
     return {sx * target->halfWidth, y, 0.0};
 }
 
-Vector3D Scene3D::TopLeft() const { return Corner(-1.0, 1.0); }
-Vector3D Scene3D::TopRight() const { return Corner(1.0, 1.0); }
-Vector3D Scene3D::BottomLeft() const { return Corner(-1.0, -1.0); }
-Vector3D Scene3D::BottomRight() const { return Corner(1.0, -1.0); }
+Vector3D Scene3D::TopLeft() const {
+    return Corner(-1.0, 1.0);
+}
+Vector3D Scene3D::TopRight() const {
+    return Corner(1.0, 1.0);
+}
+Vector3D Scene3D::BottomLeft() const {
+    return Corner(-1.0, -1.0);
+}
+Vector3D Scene3D::BottomRight() const {
+    return Corner(1.0, -1.0);
+}
 
 PixelPosition Scene3D::Project(const Vector3D& p) const {
     if (target == nullptr) return {};
@@ -288,10 +308,10 @@ bool Scene3D::DrawQuad(const QuadFace& face, uint32_t warpFlags, bool backPass) 
             return true;
         }
         if (shadeCache != nullptr) {
-            ShadedPicture& shaded = ShadedFor(picture, rect, factor);
-            if (shaded.work.data == nullptr) return true;
-            ShadeSampledPart(picture, rect, shaded.work, factor, q, target->width, target->height, shaded.done);
-            WarpFaceInto(*target, q, shaded.work, warpFlags);
+            ShadedPicture& kept = ShadedFor(picture, rect, factor);
+            if (kept.work.data == nullptr) return true;
+            ShadeSampledPart(picture, rect, kept.work, factor, q, target->width, target->height, kept.done);
+            WarpFaceInto(*target, q, kept.work, warpFlags);
             return true;
         }
         Picture work;
@@ -305,7 +325,8 @@ bool Scene3D::DrawQuad(const QuadFace& face, uint32_t warpFlags, bool backPass) 
     // Post effects see the whole rectangle.
     Picture work;
     if (!work.Allocate(rect.width, rect.height, 4, allocator)) return true;
-    if (!PictureOps::CopyPictureRect(picture, rect.x, rect.y, rect.width, rect.height, work, 0, 0)) return true;
+    if (!PictureOps::CopyPictureRect(picture, rect.x, rect.y, rect.width, rect.height, work, 0, 0))
+        return true;
     for (PREffect* effect : postEffects)
         if (effect != nullptr) effect->ProcessPicture(work);
     if (shaded) PictureOps::ScalePictureAlpha(work, work, factor);

@@ -109,9 +109,9 @@ bool D3DMNCubesFly::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
         DrawBackground(background, backgroundColour, pictures);
         QuadMeshCreator creator;
         const QuadMesh tiles =
-            creator.MakeTiles(pictures.output.width, pictures.output.height, scene.TopLeft(), scene.TopRight(),
-                              scene.BottomRight(), scene.BottomLeft(), columns, rows, &pictures.first,
-                              &pictures.second, kBackFlipHorizontal, zigzag);
+            creator.MakeTiles(pictures.output.width, pictures.output.height, scene.TopLeft(),
+                              scene.TopRight(), scene.BottomRight(), scene.BottomLeft(), columns, rows,
+                              &pictures.first, &pictures.second, kBackFlipHorizontal, zigzag);
         std::vector<QuadMesh> boxes = creator.MakeBoxes(tiles);
         const auto n = static_cast<int32_t>(boxes.size());
 

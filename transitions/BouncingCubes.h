@@ -10,8 +10,8 @@ namespace halcyra {
 class D3DMNCubesFly final : public BaseEffect {
 public:
     D3DMNCubesFly();
-    bool RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output, double progress,
-                     MemoryAllocator* allocator) override;
+    bool RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                     double progress, MemoryAllocator* allocator) override;
 };
 
 // The grid's recession and tilt at time t, for depth D and tilt (tx, ty);

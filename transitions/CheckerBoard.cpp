@@ -110,8 +110,8 @@ bool D3DChessBoard::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
                 const double top = y0 - 2.0 * r;
                 const double bottom = top - 2.0;
                 Picture* picture = (r + c) % 2 == 0 ? &pictures.second : &pictures.first;
-                board.AddFace(QuadFace({left, top, 0.0}, {right, top, 0.0}, {right, bottom, 0.0}, {left, bottom, 0.0},
-                                       picture, nullptr, kBackFlipHorizontal));
+                board.AddFace(QuadFace({left, top, 0.0}, {right, top, 0.0}, {right, bottom, 0.0},
+                                       {left, bottom, 0.0}, picture, nullptr, kBackFlipHorizontal));
             }
         }
         const BoardCell startCell = PickBoardCell(n, sx, sy, 0);

@@ -11,8 +11,8 @@ namespace halcyra {
 class D3DChessBoard final : public BaseEffect {
 public:
     D3DChessBoard();
-    bool RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output, double progress,
-                     MemoryAllocator* allocator) override;
+    bool RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
+                     double progress, MemoryAllocator* allocator) override;
 };
 
 struct BoardCell {

@@ -20,7 +20,6 @@ namespace halcyra {
 namespace {
 namespace loops {
 
-
 inline void Set4(const uint8_t* value, uint8_t* destination, int32_t pitch, int32_t width, int32_t height) {
     for (int32_t y = 0; y < height; ++y) {
         uint8_t* row = RowAt(destination, pitch, y);
@@ -33,21 +32,23 @@ inline void Set1(uint8_t value, uint8_t* destination, int32_t pitch, int32_t wid
 }
 
 inline void Copy4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-           int32_t width, int32_t height) {
+                  int32_t width, int32_t height) {
     for (int32_t y = 0; y < height; ++y)
         std::memmove(RowAt(destination, destinationPitch, y), RowAt(source, sourcePitch, y),
                      static_cast<size_t>(width) * 4);
 }
 
-inline void ScaleBytes4(const uint8_t* factors, uint8_t* picture, int32_t pitch, int32_t width, int32_t height) {
+inline void ScaleBytes4(const uint8_t* factors, uint8_t* picture, int32_t pitch, int32_t width,
+                        int32_t height) {
     for (int32_t y = 0; y < height; ++y) {
         uint8_t* row = RowAt(picture, pitch, y);
-        for (int32_t x = 0; x < width * 4; ++x) row[x] = static_cast<uint8_t>(Div255(row[x] * factors[x & 3]));
+        for (int32_t x = 0; x < width * 4; ++x)
+            row[x] = static_cast<uint8_t>(Div255(row[x] * factors[x & 3]));
     }
 }
 
-inline void AddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-               int32_t width, int32_t height, int32_t shift) {
+inline void AddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                      int32_t destinationPitch, int32_t width, int32_t height, int32_t shift) {
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* in = RowAt(source, sourcePitch, y);
         uint8_t* out = RowAt(destination, destinationPitch, y);
@@ -55,8 +56,9 @@ inline void AddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* desti
     }
 }
 
-inline void AlphaComposite(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
-                    uint8_t* destination, int32_t destinationPitch, int32_t width, int32_t height, int32_t mode) {
+inline void AlphaComposite(const uint8_t* first, int32_t firstPitch, const uint8_t* second,
+                           int32_t secondPitch, uint8_t* destination, int32_t destinationPitch, int32_t width,
+                           int32_t height, int32_t mode) {
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* a = RowAt(first, firstPitch, y);
         const uint8_t* b = RowAt(second, secondPitch, y);
@@ -76,16 +78,18 @@ inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* s
         const uint8_t* b = RowAt(second, secondPitch, y);
         uint8_t* out = RowAt(third, thirdPitch, y);
         if (saturate) {
-            for (int32_t x = 0; x < width * 4; ++x) out[x] = static_cast<uint8_t>(std::min(255u, (a[x] * wa + b[x] * wb) >> 8));
+            for (int32_t x = 0; x < width * 4; ++x)
+                out[x] = static_cast<uint8_t>(std::min(255u, (a[x] * wa + b[x] * wb) >> 8));
         } else {
-            for (int32_t x = 0; x < width * 4; ++x) out[x] = static_cast<uint8_t>((a[x] * wa + b[x] * wb) >> 8);
+            for (int32_t x = 0; x < width * 4; ++x)
+                out[x] = static_cast<uint8_t>((a[x] * wa + b[x] * wb) >> 8);
         }
     }
 }
 
 template <void (*Pixel)(const uint8_t*, uint8_t*)>
-inline void PerPixel(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-              int32_t width, int32_t height) {
+inline void PerPixel(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, int32_t width, int32_t height) {
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* in = RowAt(source, sourcePitch, y);
         uint8_t* out = RowAt(destination, destinationPitch, y);
@@ -93,9 +97,9 @@ inline void PerPixel(const uint8_t* source, int32_t sourcePitch, uint8_t* destin
     }
 }
 
-inline void Convolve(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-              int32_t width, int32_t height, const float* kernel, int32_t kernelWidth, int32_t kernelHeight,
-              int32_t anchorX, int32_t anchorY) {
+inline void Convolve(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, int32_t width, int32_t height, const float* kernel,
+                     int32_t kernelWidth, int32_t kernelHeight, int32_t anchorX, int32_t anchorY) {
     const int32_t left = kernelWidth - anchorX - 1;
     const int32_t top = kernelHeight - anchorY - 1;
     for (int32_t y = 0; y < height; ++y) {
@@ -107,11 +111,11 @@ inline void Convolve(const uint8_t* source, int32_t sourcePitch, uint8_t* destin
 }
 
 // The direct sum: kernel element k - 1 - j on the j-th pixel of the window.
-// The arithmetic wraps in 32 bits as the sum is specified to.
+// The arithmetic wraps in 32 bits, as the sums of the filters do.
 template <bool kAlongRows>
 inline bool Filter(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-            int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
-            FilterDivisor divisor) {
+                   int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
+                   FilterDivisor divisor) {
     const intptr_t step = kAlongRows ? 4 : sourcePitch;
     const intptr_t back = static_cast<intptr_t>(length - anchor - 1) * step;
     for (int32_t y = 0; y < height; ++y) {
@@ -131,7 +135,7 @@ inline bool Filter(const uint8_t* source, int32_t sourcePitch, uint8_t* destinat
 }
 
 inline void Mean(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-          int32_t width, int32_t height, int32_t maskCode) {
+                 int32_t width, int32_t height, int32_t maskCode) {
     const int32_t radius = maskCode == 55 ? 2 : 1;
     for (int32_t y = 0; y < height; ++y) {
         uint8_t* out = RowAt(destination, destinationPitch, y);
@@ -147,7 +151,7 @@ inline void Mean(const uint8_t* source, int32_t sourcePitch, uint8_t* destinatio
 }
 
 inline void Dilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-            int32_t width, int32_t height, DilateState& state) {
+                   int32_t width, int32_t height, DilateState& state) {
     for (int32_t y = 0; y < height; ++y) {
         uint8_t* out = RowAt(destination, destinationPitch, y);
         for (int32_t x = 0; x < width; ++x) {
@@ -162,6 +166,40 @@ inline void Dilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destinat
     }
 }
 
+// The mean as column sums then a row sum of them: the same integer sum in
+// another order, with loops that vectorise.
+inline void MeanSeparable(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                          int32_t destinationPitch, int32_t width, int32_t height, int32_t maskCode) {
+    const int32_t radius = maskCode == 55 ? 2 : 1;
+    const int32_t span = width + 2 * radius;
+    uint16_t* columns = new (std::nothrow) uint16_t[static_cast<size_t>(span)];
+    if (columns == nullptr) {
+        Mean(source, sourcePitch, destination, destinationPitch, width, height, maskCode);
+        return;
+    }
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* top = RowAt(source, sourcePitch, y - radius) - radius;
+        for (int32_t x = 0; x < span; ++x) columns[x] = top[x];
+        for (int32_t j = 1; j <= 2 * radius; ++j) {
+            const uint8_t* in = RowAt(top, sourcePitch, j);
+            for (int32_t x = 0; x < span; ++x) columns[x] = static_cast<uint16_t>(columns[x] + in[x]);
+        }
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        if (radius == 2) {
+            for (int32_t x = 0; x < width; ++x) {
+                const uint32_t sum =
+                    columns[x] + columns[x + 1] + columns[x + 2] + columns[x + 3] + columns[x + 4];
+                out[x] = static_cast<uint8_t>(((sum + 13) * 10485) >> 18);
+            }
+        } else {
+            for (int32_t x = 0; x < width; ++x) {
+                const uint32_t sum = columns[x] + columns[x + 1] + columns[x + 2];
+                out[x] = static_cast<uint8_t>(((sum + 4) * 7282) >> 16);
+            }
+        }
+    }
+    delete[] columns;
+}
 
 // ---- Fast forms -------------------------------------------------------------
 
@@ -183,7 +221,8 @@ inline I32x8 RuleRLanes(F32x8 f) {
 inline I32x8 FilterFinishLanes(U32x8 sums, const FilterDivisor& divisor) {
     const I32x8 s = reinterpret_cast<I32x8>(sums);
     switch (divisor.kind) {
-        case FilterDivisor::kOne: return s < 0 ? I32x8{} : (s > 255 ? I32x8{} + 255 : s);
+        case FilterDivisor::kOne:
+            return s < 0 ? I32x8{} : (s > 255 ? I32x8{} + 255 : s);
         case FilterDivisor::kShift: {
             const int32_t n = static_cast<int32_t>(divisor.shift);
             const I32x8 q = s >> n;
@@ -193,7 +232,8 @@ inline I32x8 FilterFinishLanes(U32x8 sums, const FilterDivisor& divisor) {
             const I32x8 r = q - up;
             return s <= 0 ? I32x8{} : (r > 255 ? I32x8{} + 255 : r);
         }
-        default: return RuleRLanes(__builtin_convertvector(s, F32x8) * divisor.inverse);
+        default:
+            return RuleRLanes(__builtin_convertvector(s, F32x8) * divisor.inverse);
     }
 }
 
@@ -227,13 +267,13 @@ inline bool SecondDifference(const int32_t* kernel, int32_t length, SparseSecond
 // by one source value per step. The first output comes from the direct sum.
 
 // Columns: the lanes are the bytes of a row (alpha lanes ride along unused).
-inline bool SlidingColumns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                    int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
-                    FilterDivisor divisor) {
+inline bool SlidingColumns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                           int32_t destinationPitch, int32_t width, int32_t height, const int32_t* kernel,
+                           int32_t length, int32_t anchor, FilterDivisor divisor) {
     SparseSecondDifference d2;
     if (!SecondDifference(kernel, length, d2))
-        return Filter<false>(source, sourcePitch, destination, destinationPitch, width, height, kernel, length,
-                             anchor, divisor);
+        return Filter<false>(source, sourcePitch, destination, destinationPitch, width, height, kernel,
+                             length, anchor, divisor);
     const int32_t lanes = width * 4;
     const int32_t paddedLanes = (lanes + 7) & ~7;
     uint32_t* block = new (std::nothrow) uint32_t[static_cast<size_t>(paddedLanes) * (d2.count + 1)];
@@ -288,9 +328,9 @@ inline bool SlidingColumns(const uint8_t* source, int32_t sourcePitch, uint8_t* 
 
 // Rows: the recurrence runs along x, so the lanes are the four channels of a
 // pixel, kept in one small vector.
-inline bool SlidingRows(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                 int32_t width, int32_t height, const int32_t* kernel, int32_t length, int32_t anchor,
-                 FilterDivisor divisor) {
+inline bool SlidingRows(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                        int32_t destinationPitch, int32_t width, int32_t height, const int32_t* kernel,
+                        int32_t length, int32_t anchor, FilterDivisor divisor) {
     using U32x4 = uint32_t __attribute__((vector_size(16)));
     SparseSecondDifference d2;
     if (!SecondDifference(kernel, length, d2))
@@ -302,7 +342,8 @@ inline bool SlidingRows(const uint8_t* source, int32_t sourcePitch, uint8_t* des
         const uint8_t* in = RowAt(source, sourcePitch, y);
         uint8_t* out = RowAt(destination, destinationPitch, y);
         U32x4 acc{};
-        for (int32_t t = 0; t < length; ++t) acc += pixel(in + 4 * (anchor - t)) * static_cast<uint32_t>(kernel[t]);
+        for (int32_t t = 0; t < length; ++t)
+            acc += pixel(in + 4 * (anchor - t)) * static_cast<uint32_t>(kernel[t]);
         U32x4 running[SparseSecondDifference::kMaxTerms];
         for (int32_t i = 0; i < d2.count; ++i) {
             running[i] = U32x4{};
@@ -353,8 +394,42 @@ inline void MaxStep(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, b
     for (int32_t b = hi; b < bytes; ++b) edge(b);
 }
 
-inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                int32_t width, int32_t height, DilateState& state) {
+// The last step of a window fused with the merge of a group's (one or two)
+// rows: one pass instead of three. The rows are the unpadded source rows; the
+// pads take their end pixels, as replication gives.
+template <bool kLeft, bool kRight>
+inline void StepMergeMiddle(const uint8_t* in, uint8_t* out, int32_t from, int32_t to, const uint8_t* r0,
+                            const uint8_t* r1) {
+    for (int32_t b = from; b < to; ++b) {
+        uint8_t v = in[b];
+        if constexpr (kLeft) v = std::max(v, in[b - 4]);
+        if constexpr (kRight) v = std::max(v, in[b + 4]);
+        out[b] = std::max(v, std::max(r0[b - from], r1[b - from]));
+    }
+}
+
+inline void StepMerge(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, bool right,
+                      const uint8_t* r0, const uint8_t* r1, int32_t pad, int32_t width) {
+    const int32_t from = pad * 4, to = (pad + width) * 4;
+    for (int32_t b = 0; b < bytes; b = b == from - 1 ? to : b + 1) {
+        if (b >= from && b < to) continue;
+        uint8_t v = in[b];
+        if (left && b >= 4) v = std::max(v, in[b - 4]);
+        if (right && b + 4 < bytes) v = std::max(v, in[b + 4]);
+        const uint8_t* end = b < from ? r0 : r0 + 4 * (width - 1);
+        const uint8_t* end1 = b < from ? r1 : r1 + 4 * (width - 1);
+        out[b] = std::max(v, std::max(end[b & 3], end1[b & 3]));
+    }
+    if (left && right)
+        StepMergeMiddle<true, true>(in, out, from, to, r0, r1);
+    else if (left)
+        StepMergeMiddle<true, false>(in, out, from, to, r0, r1);
+    else
+        StepMergeMiddle<false, true>(in, out, from, to, r0, r1);
+}
+
+inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                       int32_t destinationPitch, int32_t width, int32_t height, DilateState& state) {
     if (!state.nestedRuns) {
         Dilate(source, sourcePitch, destination, destinationPitch, width, height, state);
         return;
@@ -365,7 +440,7 @@ inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* dest
     uint8_t* spare = t + static_cast<size_t>(state.width + 2 * pad) * 4;
     auto window = [&](int32_t lo, int32_t hi) {
         while (lo < 0 || hi > 0) {
-            MaxStep(t, spare, bytes, lo < 0, hi > 0);
+            MaxStep(t, spare, bytes, lo<0, hi> 0);
             std::swap(t, spare);
             if (lo < 0) ++lo;
             if (hi > 0) --hi;
@@ -374,7 +449,22 @@ inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* dest
     for (int32_t y = 0; y < height; ++y) {
         for (size_t m = 0; m < state.groups.size(); ++m) {
             const DilateState::RunGroup& g = state.groups[m];
-            if (m > 0) window(state.groups[m - 1].lo - g.lo, state.groups[m - 1].hi - g.hi);
+            if (m > 0) {
+                int32_t lo = state.groups[m - 1].lo - g.lo, hi = state.groups[m - 1].hi - g.hi;
+                if ((lo < 0 || hi > 0) && g.rowOffsets.size() <= 2) {
+                    // All steps but the last, then the last fused with the rows.
+                    const bool lastLeft = lo<0, lastRight = hi> 0;
+                    window(lo < 0 ? lo + 1 : 0, hi > 0 ? hi - 1 : 0);
+                    const uint8_t* r0 =
+                        RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets[0], 0, height - 1));
+                    const uint8_t* r1 =
+                        RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets.back(), 0, height - 1));
+                    StepMerge(t, spare, bytes, lastLeft, lastRight, r0, r1, pad, width);
+                    std::swap(t, spare);
+                    continue;
+                }
+                window(lo, hi);
+            }
             for (size_t k = 0; k < g.rowOffsets.size(); ++k) {
                 const uint8_t* in = RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets[k], 0, height - 1));
                 uint8_t* middle = t + pad * 4;
@@ -390,14 +480,16 @@ inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* dest
                 for (int32_t x = 0; x < pad; ++x)
                     for (int c = 0; c < 4; ++c) {
                         t[4 * x + c] = std::max(t[4 * x + c], in[c]);
-                        middle[4 * (width + x) + c] = std::max(middle[4 * (width + x) + c], in[4 * (width - 1) + c]);
+                        middle[4 * (width + x) + c] =
+                            std::max(middle[4 * (width + x) + c], in[4 * (width - 1) + c]);
                     }
             }
         }
         const DilateState::RunGroup& last = state.groups.back();
         const int32_t shift = last.lo > 0 ? last.lo : (last.hi < 0 ? last.hi : 0);
         window(last.lo - shift, last.hi - shift);
-        std::memcpy(RowAt(destination, destinationPitch, y), t + (pad + shift) * 4, static_cast<size_t>(width) * 4);
+        std::memcpy(RowAt(destination, destinationPitch, y), t + (pad + shift) * 4,
+                    static_cast<size_t>(width) * 4);
     }
 }
 

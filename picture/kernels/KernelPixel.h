@@ -38,7 +38,8 @@ inline void AlphaCompositePixel(const uint8_t* first, const uint8_t* second, uin
     uint8_t result[4];
     for (int c = 0; c < 3; ++c) {
         if (mode == 0) {
-            result[c] = static_cast<uint8_t>(Div255(first[c] * aa) + Div255(Div255(second[c] * ab) * inverse));
+            result[c] =
+                static_cast<uint8_t>(Div255(first[c] * aa) + Div255(Div255(second[c] * ab) * inverse));
         } else {
             const uint32_t s = first[c] + Div255(second[c] * inverse);
             result[c] = static_cast<uint8_t>(s > 255 ? 255 : s);
@@ -102,12 +103,24 @@ inline void HsvToRgbPixel(const uint8_t* in, uint8_t* out) {
     const float u = (1.0f - s * (1.0f - t)) * v;
     float o0, o1, o2;
     switch (i) {
-        case 0: o0 = v, o1 = u, o2 = p; break;
-        case 1: o0 = q, o1 = v, o2 = p; break;
-        case 2: o0 = p, o1 = v, o2 = u; break;
-        case 3: o0 = p, o1 = q, o2 = v; break;
-        case 4: o0 = u, o1 = p, o2 = v; break;
-        default: o0 = v, o1 = p, o2 = q; break;
+        case 0:
+            o0 = v, o1 = u, o2 = p;
+            break;
+        case 1:
+            o0 = q, o1 = v, o2 = p;
+            break;
+        case 2:
+            o0 = p, o1 = v, o2 = u;
+            break;
+        case 3:
+            o0 = p, o1 = q, o2 = v;
+            break;
+        case 4:
+            o0 = u, o1 = p, o2 = v;
+            break;
+        default:
+            o0 = v, o1 = p, o2 = q;
+            break;
     }
     out[0] = static_cast<uint8_t>(TruncToInt32(o0 + 0.5f));
     out[1] = static_cast<uint8_t>(TruncToInt32(o1 + 0.5f));
@@ -118,13 +131,15 @@ inline void HsvToRgbPixel(const uint8_t* in, uint8_t* out) {
 inline uint8_t FilterFinish(uint32_t sum, const FilterDivisor& divisor) {
     const int32_t s = static_cast<int32_t>(sum);
     switch (divisor.kind) {
-        case FilterDivisor::kOne: return ClampToByte(s);
+        case FilterDivisor::kOne:
+            return ClampToByte(s);
         case FilterDivisor::kShift: {
             if (s <= 0) return 0;
             const uint32_t q = ShiftRoundHalfEven(static_cast<uint32_t>(s), divisor.shift);
             return static_cast<uint8_t>(q > 255 ? 255 : q);
         }
-        default: return RoundRuleR(static_cast<float>(s) * divisor.inverse);
+        default:
+            return RoundRuleR(static_cast<float>(s) * divisor.inverse);
     }
 }
 
@@ -135,8 +150,8 @@ inline uint8_t MeanFinish(uint32_t sum, int32_t maskCode) {
 
 // One output pixel of the 2D float convolution, all four channels: the window
 // row by row, the kernel from its last element back.
-inline void ConvolvePixel(const uint8_t* windowTopLeft, int32_t pitch, const float* kernel, int32_t kernelWidth,
-                          int32_t kernelHeight, uint8_t* out) {
+inline void ConvolvePixel(const uint8_t* windowTopLeft, int32_t pitch, const float* kernel,
+                          int32_t kernelWidth, int32_t kernelHeight, uint8_t* out) {
     float sum[4] = {0.0f, 0.0f, 0.0f, 0.0f};
     int32_t k = kernelWidth * kernelHeight - 1;
     for (int32_t j = 0; j < kernelHeight; ++j) {

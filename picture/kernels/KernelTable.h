@@ -40,7 +40,8 @@ struct FilterDivisor {
 inline FilterDivisor FilterDivisorRule(int32_t divisor) {
     if (divisor == 1) return {FilterDivisor::kOne, 0, 1.0f};
     if (divisor > 0 && (divisor & (divisor - 1)) == 0)
-        return {FilterDivisor::kShift, static_cast<uint32_t>(__builtin_ctz(static_cast<uint32_t>(divisor))), 1.0f};
+        return {FilterDivisor::kShift, static_cast<uint32_t>(__builtin_ctz(static_cast<uint32_t>(divisor))),
+                1.0f};
     return {FilterDivisor::kFloat, 0, 1.0f / static_cast<float>(divisor)};
 }
 
@@ -76,8 +77,8 @@ struct KernelTable {
     void (*mixBytes4)(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
                       uint8_t* third, int32_t thirdPitch, int32_t width, int32_t height, int32_t weightA,
                       int32_t weightB);
-    void (*dilate)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
-                   int32_t destinationPitch, int32_t width, int32_t height, DilateState& state);
+    void (*dilate)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                   int32_t width, int32_t height, DilateState& state);
 };
 
 // The table of a class; a class the build has no variants for gets the

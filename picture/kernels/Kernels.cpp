@@ -12,14 +12,18 @@
 namespace halcyra {
 namespace {
 
-bool EmptySize(KernelSize size) { return size.width <= 0 || size.height <= 0; }
+bool EmptySize(KernelSize size) {
+    return size.width <= 0 || size.height <= 0;
+}
 
 // Whether a pitch is too small for rows of `width` pixels of `bytes` bytes.
 bool ShortPitch(int32_t pitch, int32_t width, int32_t bytes) {
     return static_cast<int64_t>(pitch) < static_cast<int64_t>(width) * bytes;
 }
 
-const KernelTable& ActiveTable() { return KernelTableFor(ActiveCpuClass()); }
+const KernelTable& ActiveTable() {
+    return KernelTableFor(ActiveCpuClass());
+}
 
 // Status of the checks that every two-picture routine on 4-byte pixels shares.
 int32_t CheckTwo(const void* source, int32_t sourcePitch, const void* destination, int32_t destinationPitch,
@@ -34,7 +38,8 @@ int32_t CheckTwo(const void* source, int32_t sourcePitch, const void* destinatio
 
 template <bool kAlongRows>
 int32_t Filter(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-               KernelSize size, const int32_t* kernel, int32_t kernelLength, int32_t anchor, int32_t divisor) {
+               KernelSize size, const int32_t* kernel, int32_t kernelLength, int32_t anchor,
+               int32_t divisor) {
     if (source == nullptr || destination == nullptr || kernel == nullptr) return kStatusNullPointer;
     if (EmptySize(size) || kernelLength <= 0) return kStatusBadSize;
     if (ShortPitch(sourcePitch, size.width, 4) || ShortPitch(destinationPitch, size.width, 4))
@@ -44,8 +49,8 @@ int32_t Filter(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
     const FilterDivisor rule = FilterDivisorRule(divisor);
     const KernelTable& table = ActiveTable();
     const auto body = kAlongRows ? table.filterRows : table.filterColumns;
-    return body(source, sourcePitch, destination, destinationPitch, size.width, size.height, kernel, kernelLength,
-                anchor, rule)
+    return body(source, sourcePitch, destination, destinationPitch, size.width, size.height, kernel,
+                kernelLength, anchor, rule)
                ? kStatusOk
                : kStatusNoMemory;
 }
@@ -93,7 +98,8 @@ void BuildRunGroups(const uint8_t* mask, KernelSize maskSize, KernelPoint anchor
         if (count == 0) continue;
         if (count != last - first + 1) return;
         const int32_t lo = first - anchor.x, hi = last - anchor.x;
-        auto same = std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.lo == lo && g.hi == hi; });
+        auto same = std::find_if(groups.begin(), groups.end(),
+                                 [&](const auto& g) { return g.lo == lo && g.hi == hi; });
         if (same == groups.end()) same = groups.insert(groups.end(), DilateState::RunGroup{lo, hi, {}});
         same->rowOffsets.push_back(j - anchor.y);
     }
@@ -136,16 +142,18 @@ int32_t KernelSet1(uint8_t value, uint8_t* destination, int32_t pitch, KernelSiz
     return kStatusOk;
 }
 
-int32_t KernelCopy4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                    KernelSize size) {
-    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size)) return status;
+int32_t KernelCopy4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                    int32_t destinationPitch, KernelSize size) {
+    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size))
+        return status;
     ActiveTable().copy4(source, sourcePitch, destination, destinationPitch, size.width, size.height);
     return kStatusOk;
 }
 
 int32_t KernelCopyChannelOut(const uint8_t* sourceChannel, int32_t sourcePitch, uint8_t* destination,
                              int32_t destinationPitch, KernelSize size) {
-    if (const int32_t status = CheckTwo(sourceChannel, sourcePitch, destination, destinationPitch, size, 4, 1))
+    if (const int32_t status =
+            CheckTwo(sourceChannel, sourcePitch, destination, destinationPitch, size, 4, 1))
         return status;
     for (int32_t y = 0; y < size.height; ++y) {
         const uint8_t* in = RowAt(sourceChannel, sourcePitch, y);
@@ -157,7 +165,8 @@ int32_t KernelCopyChannelOut(const uint8_t* sourceChannel, int32_t sourcePitch, 
 
 int32_t KernelCopyChannelIn(const uint8_t* source, int32_t sourcePitch, uint8_t* destinationChannel,
                             int32_t destinationPitch, KernelSize size) {
-    if (const int32_t status = CheckTwo(source, sourcePitch, destinationChannel, destinationPitch, size, 1, 4))
+    if (const int32_t status =
+            CheckTwo(source, sourcePitch, destinationChannel, destinationPitch, size, 1, 4))
         return status;
     for (int32_t y = 0; y < size.height; ++y) {
         const uint8_t* in = RowAt(source, sourcePitch, y);
@@ -177,9 +186,11 @@ int32_t KernelScaleBytes4(const uint8_t* factors, uint8_t* picture, int32_t pitc
 
 int32_t KernelAddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                         int32_t destinationPitch, KernelSize size, int32_t shift) {
-    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size)) return status;
+    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size))
+        return status;
     if (shift != 0 && shift != 1) return kStatusBadArgument;
-    ActiveTable().addBytes4(source, sourcePitch, destination, destinationPitch, size.width, size.height, shift);
+    ActiveTable().addBytes4(source, sourcePitch, destination, destinationPitch, size.width, size.height,
+                            shift);
     return kStatusOk;
 }
 
@@ -199,14 +210,16 @@ int32_t KernelAlphaComposite(const uint8_t* first, int32_t firstPitch, const uin
 
 int32_t KernelRgbToHsv(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                        int32_t destinationPitch, KernelSize size) {
-    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size)) return status;
+    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size))
+        return status;
     ActiveTable().rgbToHsv(source, sourcePitch, destination, destinationPitch, size.width, size.height);
     return kStatusOk;
 }
 
 int32_t KernelHsvToRgb(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                        int32_t destinationPitch, KernelSize size) {
-    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size)) return status;
+    if (const int32_t status = CheckTwo(source, sourcePitch, destination, destinationPitch, size))
+        return status;
     ActiveTable().hsvToRgb(source, sourcePitch, destination, destinationPitch, size.width, size.height);
     return kStatusOk;
 }
@@ -220,23 +233,23 @@ int32_t KernelConvolve(const uint8_t* source, int32_t sourcePitch, uint8_t* dest
         return kStatusBadPitch;
     if (anchor.x < 0 || anchor.y < 0 || anchor.x >= kernelSize.width || anchor.y >= kernelSize.height)
         return kStatusBadArgument;
-    ActiveTable().convolve(source, sourcePitch, destination, destinationPitch, size.width, size.height, kernel,
-                           kernelSize.width, kernelSize.height, anchor.x, anchor.y);
+    ActiveTable().convolve(source, sourcePitch, destination, destinationPitch, size.width, size.height,
+                           kernel, kernelSize.width, kernelSize.height, anchor.x, anchor.y);
     return kStatusOk;
 }
 
 int32_t FilterPictureColumns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                              int32_t destinationPitch, KernelSize size, const int32_t* kernel,
                              int32_t kernelLength, int32_t anchor, int32_t divisor) {
-    return Filter<false>(source, sourcePitch, destination, destinationPitch, size, kernel, kernelLength, anchor,
-                         divisor);
+    return Filter<false>(source, sourcePitch, destination, destinationPitch, size, kernel, kernelLength,
+                         anchor, divisor);
 }
 
 int32_t FilterPictureRows(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                           int32_t destinationPitch, KernelSize size, const int32_t* kernel,
                           int32_t kernelLength, int32_t anchor, int32_t divisor) {
-    return Filter<true>(source, sourcePitch, destination, destinationPitch, size, kernel, kernelLength, anchor,
-                        divisor);
+    return Filter<true>(source, sourcePitch, destination, destinationPitch, size, kernel, kernelLength,
+                        anchor, divisor);
 }
 
 int32_t KernelMean(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
@@ -285,8 +298,8 @@ int32_t KernelDilateCreate(int32_t width, const uint8_t* mask, KernelSize maskSi
     return kStatusOk;
 }
 
-int32_t KernelDilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                     KernelSize size, int32_t borderCode, DilateState* state) {
+int32_t KernelDilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                     int32_t destinationPitch, KernelSize size, int32_t borderCode, DilateState* state) {
     if (source == nullptr || destination == nullptr || state == nullptr) return kStatusNullPointer;
     if (EmptySize(size)) return kStatusBadSize;
     if (ShortPitch(sourcePitch, size.width, 4) || ShortPitch(destinationPitch, size.width, 4))

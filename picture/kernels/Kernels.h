@@ -9,13 +9,9 @@
 #include <cstdint>
 
 #include "picture/kernels/KernelTypes.h"
-#include "picture/kernels/RowAllocator.h"
-#if __has_include("picture/kernels/Warp.h")
-#include "picture/kernels/Warp.h"
-#endif
-#if __has_include("picture/kernels/Resize.h")
 #include "picture/kernels/Resize.h"
-#endif
+#include "picture/kernels/RowAllocator.h"
+#include "picture/kernels/Warp.h"
 
 namespace halcyra {
 
@@ -79,8 +75,8 @@ int32_t FilterPictureRows(const uint8_t* source, int32_t sourcePitch, uint8_t* d
 // must hold valid bytes around the size.
 inline constexpr int32_t kMeanMask5x5 = 55;
 inline constexpr int32_t kMeanMask3x3 = 33;
-int32_t KernelMean(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
-                   int32_t destinationPitch, KernelSize size, int32_t maskCode);
+int32_t KernelMean(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
+                   KernelSize size, int32_t maskCode);
 
 // Each destination pixel (X, Y) takes source pixel (clamp(X - left), clamp(Y - top)).
 // The source may be the interior of the destination itself.

@@ -12,13 +12,13 @@ constinit const KernelTable kTable{
     simd256::ScaleBytes4,
     simd256::AddBytes4,
     simd256::AlphaComposite,
-    loops::PerPixel<RgbToHsvPixel>,
-    loops::PerPixel<HsvToRgbPixel>,
+    simd256::HsvRows<simd256::RgbToHsv8, RgbToHsvPixel>,
+    simd256::HsvRows<simd256::HsvToRgb8, HsvToRgbPixel>,
     simd256::Convolve,
     simd256::FilterColumns,
-    loops::SlidingRows,
-    loops::Mean,
-    loops::MixBytes4,
+    simd256::FilterRows,
+    loops::MeanSeparable,
+    simd256::MixBytes4,
     loops::DilateRuns,
 };
 

@@ -15,16 +15,22 @@ inline int32_t TruncToInt32(double v) {
     if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(v);
 }
-inline int32_t TruncToInt32(float v) { return TruncToInt32(static_cast<double>(v)); }
+inline int32_t TruncToInt32(float v) {
+    return TruncToInt32(static_cast<double>(v));
+}
 
 inline int64_t TruncToInt64(double v) {
     if (!(v >= -9223372036854775808.0 && v < 9223372036854775808.0)) return INT64_MIN;
     return static_cast<int64_t>(v);
 }
-inline int64_t TruncToInt64(float v) { return TruncToInt64(static_cast<double>(v)); }
+inline int64_t TruncToInt64(float v) {
+    return TruncToInt64(static_cast<double>(v));
+}
 
 // Conversion to an unsigned 32-bit target: through the 64-bit truncation, low bits kept.
-inline uint32_t TruncToUint32(double v) { return static_cast<uint32_t>(TruncToInt64(v)); }
+inline uint32_t TruncToUint32(double v) {
+    return static_cast<uint32_t>(TruncToInt64(v));
+}
 
 // Wrapping 32-bit arithmetic for values that may already be INT32_MIN.
 inline int32_t WrapAdd(int32_t a, int32_t b) {
@@ -38,10 +44,16 @@ inline int32_t WrapMul(int32_t a, int32_t b) {
 }
 
 // x / 255 for 0 <= x <= 255 * 255 (and a little beyond), exact.
-inline uint32_t Div255(uint32_t x) { return (x + (x >> 8) + 1) >> 8; }
+inline uint32_t Div255(uint32_t x) {
+    return (x + (x >> 8) + 1) >> 8;
+}
 
-inline int32_t ClampInt(int32_t v, int32_t lo, int32_t hi) { return v < lo ? lo : (v > hi ? hi : v); }
-inline uint8_t ClampToByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
+inline int32_t ClampInt(int32_t v, int32_t lo, int32_t hi) {
+    return v < lo ? lo : (v > hi ? hi : v);
+}
+inline uint8_t ClampToByte(int32_t v) {
+    return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
+}
 
 // Round half to even, as the processor's default rounding mode does.
 inline int32_t RoundHalfEven(double v) {

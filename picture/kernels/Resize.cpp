@@ -38,8 +38,8 @@ int32_t NearestIndex(int32_t i, int32_t length, double factor) {
 
 template <int32_t kChannels>
 int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
-               KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize,
-               double xFactor, double yFactor, uint32_t interpolation) {
+               KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+               KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
     if (source == nullptr || destination == nullptr) return kStatusNullPointer;
     if (sourceSize.width <= 0 || sourceSize.height <= 0 || sourceRect.width <= 0 || sourceRect.height <= 0 ||
         destinationSize.width <= 0 || destinationSize.height <= 0)
@@ -54,8 +54,10 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
     if (sourceRect.x >= sourceSize.width || sourceRect.y >= sourceSize.height) return kWarningNoSourceOverlap;
     const int64_t x0 = std::max<int64_t>(sourceRect.x, 0);
     const int64_t y0 = std::max<int64_t>(sourceRect.y, 0);
-    const int64_t x1 = std::min<int64_t>(static_cast<int64_t>(sourceRect.x) + sourceRect.width, sourceSize.width);
-    const int64_t y1 = std::min<int64_t>(static_cast<int64_t>(sourceRect.y) + sourceRect.height, sourceSize.height);
+    const int64_t x1 =
+        std::min<int64_t>(static_cast<int64_t>(sourceRect.x) + sourceRect.width, sourceSize.width);
+    const int64_t y1 =
+        std::min<int64_t>(static_cast<int64_t>(sourceRect.y) + sourceRect.height, sourceSize.height);
     if (x1 <= x0 || y1 <= y0) return kWarningNoSourceOverlap;
     const int32_t sw = static_cast<int32_t>(x1 - x0);
     const int32_t sh = static_cast<int32_t>(y1 - y0);
@@ -67,8 +69,9 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
     if (code == kInterpolationCubic && (sw < 4 || sh < 4)) code = kInterpolationBilinear;
     if (sw < 2 || sh < 2) code = kInterpolationNearest;
 
-    const SourceView view{source + static_cast<intptr_t>(sourcePitch) * y0 + static_cast<intptr_t>(x0) * kChannels,
-                          sw, sh, sourcePitch};
+    const SourceView view{
+        source + static_cast<intptr_t>(sourcePitch) * y0 + static_cast<intptr_t>(x0) * kChannels, sw, sh,
+        sourcePitch};
     auto rowOf = [&](int32_t y) { return destination + static_cast<intptr_t>(destinationPitch) * y; };
 
     if (code == kInterpolationNearest) {
@@ -78,7 +81,8 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
             const uint8_t* in = view.data + static_cast<intptr_t>(sourcePitch) * NearestIndex(y, sh, yFactor);
             uint8_t* out = rowOf(y);
             for (int32_t x = 0; x < width; ++x)
-                for (int32_t c = 0; c < kChannels; ++c) out[x * kChannels + c] = in[columns[x] * kChannels + c];
+                for (int32_t c = 0; c < kChannels; ++c)
+                    out[x * kChannels + c] = in[columns[x] * kChannels + c];
         }
         return kStatusOk;
     }
@@ -116,19 +120,19 @@ int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSi
 
 }  // namespace warp
 
-int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch, KernelRect sourceRect,
-                      uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize, double xFactor,
-                      double yFactor, uint32_t interpolation) {
+int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                      KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
     return warp::Resize4WithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize, sourcePitch,
-                                  sourceRect, destination, destinationPitch, destinationSize, xFactor, yFactor,
-                                  interpolation);
+                                  sourceRect, destination, destinationPitch, destinationSize, xFactor,
+                                  yFactor, interpolation);
 }
 
-int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch, KernelRect sourceRect,
-                      uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize, double xFactor,
-                      double yFactor, uint32_t interpolation) {
-    return warp::Resize<1>(nullptr, source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
-                           destinationSize, xFactor, yFactor, interpolation);
+int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                      KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
+    return warp::Resize<1>(nullptr, source, sourceSize, sourcePitch, sourceRect, destination,
+                           destinationPitch, destinationSize, xFactor, yFactor, interpolation);
 }
 
 }  // namespace halcyra

@@ -14,11 +14,11 @@ namespace halcyra {
 // smooth-edge flag is refused. Factors must be greater than 0.
 // Statuses: -8, -6, -14, -13 (factor or code), 29 (the rectangle misses the
 // source), -201 (the produced width or height would round below half a pixel).
-int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch, KernelRect sourceRect,
-                      uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize, double xFactor,
-                      double yFactor, uint32_t interpolation);
-int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch, KernelRect sourceRect,
-                      uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize, double xFactor,
-                      double yFactor, uint32_t interpolation);
+int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                      KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation);
+int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                      KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation);
 
 }  // namespace halcyra

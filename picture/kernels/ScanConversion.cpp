@@ -10,16 +10,22 @@
 namespace halcyra::scan {
 namespace {
 
-double Cross(QuadPoint a, QuadPoint b) { return a.x * b.y - a.y * b.x; }
+double Cross(QuadPoint a, QuadPoint b) {
+    return a.x * b.y - a.y * b.x;
+}
 
 enum class Side { Left, Right, Top, Bottom };
 
 bool Inside(QuadPoint p, Side side, double b) {
     switch (side) {
-        case Side::Left: return p.x >= b;
-        case Side::Right: return p.x <= b;
-        case Side::Top: return p.y >= b;
-        case Side::Bottom: return p.y <= b;
+        case Side::Left:
+            return p.x >= b;
+        case Side::Right:
+            return p.x <= b;
+        case Side::Top:
+            return p.y >= b;
+        case Side::Bottom:
+            return p.y <= b;
     }
     return false;
 }
@@ -34,8 +40,7 @@ QuadPoint Crossing(QuadPoint p, QuadPoint c, Side side, double b) {
     return {p.x + t * (c.x - p.x), b};
 }
 
-void ClipAgainst(const QuadPoint* in, int32_t count, Side side, double b, QuadPoint* out,
-                 int32_t& outCount) {
+void ClipAgainst(const QuadPoint* in, int32_t count, Side side, double b, QuadPoint* out, int32_t& outCount) {
     outCount = 0;
     if (count == 0) return;
     auto emit = [&](QuadPoint p) {
@@ -65,8 +70,8 @@ int32_t ClampedWhole(double v, int32_t lo, int32_t hi) {
 
 void MixOuterPixel(uint8_t* outer, const uint8_t* inner, double outerWeight, double innerWeight) {
     for (int32_t c = 0; c < 4; ++c) {
-        const double v = static_cast<double>(outer[c]) * outerWeight +
-                         static_cast<double>(inner[c]) * innerWeight + 0.5;
+        const double v =
+            static_cast<double>(outer[c]) * outerWeight + static_cast<double>(inner[c]) * innerWeight + 0.5;
         outer[c] = static_cast<uint8_t>(TruncToInt32(v));
     }
 }
@@ -105,8 +110,7 @@ void ClipQuad(const QuadPoint quad[4], const PixelBounds& bounds, ClippedPolygon
     ClipAgainst(scratch, scratchCount, Side::Bottom, bounds.y1, out.v, out.count);
 }
 
-bool SpanRowRange(const ClippedPolygon& polygon, const PixelBounds& bounds, int32_t& yFirst,
-                  int32_t& yLast) {
+bool SpanRowRange(const ClippedPolygon& polygon, const PixelBounds& bounds, int32_t& yFirst, int32_t& yLast) {
     if (polygon.count <= 0 || bounds.y0 > bounds.y1) return false;
     double minY = polygon.v[0].y;
     double maxY = polygon.v[0].y;

@@ -57,8 +57,7 @@ void ClipQuad(const QuadPoint quad[4], const PixelBounds& bounds, ClippedPolygon
 
 // Rows that can hold span pixels: ceil of the least y to floor of the greatest
 // y, within the bounds. False when there are none.
-bool SpanRowRange(const ClippedPolygon& polygon, const PixelBounds& bounds, int32_t& yFirst,
-                  int32_t& yLast);
+bool SpanRowRange(const ClippedPolygon& polygon, const PixelBounds& bounds, int32_t& yFirst, int32_t& yLast);
 
 // The first and last column of row y, with the pixel-centre tolerance and
 // clamped to the bounds. False when the row holds no pixel.

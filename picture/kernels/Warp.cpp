@@ -57,8 +57,10 @@ int32_t CheckWarp(const uint8_t* source, KernelSize sourceSize, int32_t sourcePi
     if (sourceRect.x >= sourceSize.width || sourceRect.y >= sourceSize.height) return kWarningNoSourceOverlap;
     const int64_t x0 = sourceRect.x < 0 ? 0 : sourceRect.x;
     const int64_t y0 = sourceRect.y < 0 ? 0 : sourceRect.y;
-    const int64_t x1 = std::min<int64_t>(static_cast<int64_t>(sourceRect.x) + sourceRect.width, sourceSize.width);
-    const int64_t y1 = std::min<int64_t>(static_cast<int64_t>(sourceRect.y) + sourceRect.height, sourceSize.height);
+    const int64_t x1 =
+        std::min<int64_t>(static_cast<int64_t>(sourceRect.x) + sourceRect.width, sourceSize.width);
+    const int64_t y1 =
+        std::min<int64_t>(static_cast<int64_t>(sourceRect.y) + sourceRect.height, sourceSize.height);
     if (x1 - x0 < 2 || y1 - y0 < 2) return kStatusRectTooSmall;
     setup.view = {source, sourceSize.width, sourceSize.height, sourcePitch};
     setup.rectX0 = static_cast<int32_t>(x0);
@@ -75,8 +77,8 @@ int32_t CheckWarp(const uint8_t* source, KernelSize sourceSize, int32_t sourcePi
 AffineInverse InvertAffine(const double* c) {
     const double c00 = c[0], c01 = c[1], c02 = c[2], c10 = c[3], c11 = c[4], c12 = c[5];
     const double det = c00 * c11 - c01 * c10;
-    return {c11 / det, -c01 / det, (c01 * c12 - c11 * c02) / det,
-            -c10 / det, c00 / det, (c10 * c02 - c00 * c12) / det};
+    return {c11 / det,  -c01 / det, (c01 * c12 - c11 * c02) / det,
+            -c10 / det, c00 / det,  (c10 * c02 - c00 * c12) / det};
 }
 
 ProjectiveInverse InvertProjective(const double* c) {
@@ -147,7 +149,8 @@ int32_t FillQuad(const WarpSetup& setup, uint8_t* destination, int32_t destinati
 }
 
 int32_t FillProjective(const WarpTable& table, const WarpSetup& setup, uint8_t* destination,
-                       int32_t destinationPitch, const scan::QuadPoint quad[4], const ProjectiveInverse& inverse) {
+                       int32_t destinationPitch, const scan::QuadPoint quad[4],
+                       const ProjectiveInverse& inverse) {
     ProjectiveRowFn rowFn = table.projectiveBilinear;
     if (setup.code == kInterpolationNearest) rowFn = ProjectiveRowGeneric<SampleNearest<4>>;
     if (setup.code == kInterpolationCubic) rowFn = ProjectiveRowGeneric<SampleCubic<4>>;
@@ -167,15 +170,17 @@ int32_t WarpAffineWithTable(const WarpTable& table, const uint8_t* source, Kerne
                             int32_t destinationPitch, KernelRect destinationRect, const double* coefficients,
                             uint32_t interpolation) {
     WarpSetup setup;
-    const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
-                                     destinationRect, coefficients, interpolation, false, setup);
+    const int32_t status =
+        CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch, destinationRect,
+                  coefficients, interpolation, false, setup);
     if (status != kStatusOk) return status;
     const double* c = coefficients;
     double xs[4];
     double ys[4];
     RectCorners(setup, xs, ys);
     scan::QuadPoint quad[4];
-    for (int32_t k = 0; k < 4; ++k) quad[k] = {c[0] * xs[k] + c[1] * ys[k] + c[2], c[3] * xs[k] + c[4] * ys[k] + c[5]};
+    for (int32_t k = 0; k < 4; ++k)
+        quad[k] = {c[0] * xs[k] + c[1] * ys[k] + c[2], c[3] * xs[k] + c[4] * ys[k] + c[5]};
     const AffineInverse inverse = InvertAffine(c);
     AffineSpansFn spansFn = table.affineBilinear;
     if (setup.code == kInterpolationNearest) spansFn = AffineSpansByRows<AffineRowGeneric<SampleNearest<4>>>;
@@ -190,8 +195,8 @@ int32_t WarpPerspectiveWithTable(const WarpTable& table, const uint8_t* source, 
                                  int32_t destinationPitch, KernelRect destinationRect, const double* matrix,
                                  uint32_t interpolation) {
     WarpSetup setup;
-    const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
-                                     destinationRect, matrix, interpolation, true, setup);
+    const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination,
+                                     destinationPitch, destinationRect, matrix, interpolation, true, setup);
     if (status != kStatusOk) return status;
     const double* c = matrix;
     double xs[4];
@@ -211,10 +216,11 @@ int32_t WarpPerspectiveIntoQuadWithTable(const WarpTable& table, const uint8_t* 
                                          const double* quad, const double* matrix, uint32_t interpolation) {
     if (quad == nullptr) return kStatusNullPointer;
     WarpSetup setup;
-    const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
-                                     destinationRect, matrix, interpolation, true, setup);
+    const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination,
+                                     destinationPitch, destinationRect, matrix, interpolation, true, setup);
     if (status != kStatusOk) return status;
-    const scan::QuadPoint corners[4] = {{quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
+    const scan::QuadPoint corners[4] = {
+        {quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
     return FillProjective(table, setup, destination, destinationPitch, corners, InvertProjective(matrix));
 }
 
@@ -228,18 +234,21 @@ const WarpTable kWarpTable = {
 
 const WarpTable& WarpTableFor(CpuClass cpuClass) {
     switch (cpuClass) {
-        case CpuClass::Avx512: return avx512::kWarpTable;
-        case CpuClass::Avx2: return avx2::kWarpTable;
-        case CpuClass::Reference: break;
+        case CpuClass::Avx512:
+            return avx512::kWarpTable;
+        case CpuClass::Avx2:
+            return avx2::kWarpTable;
+        case CpuClass::Reference:
+            break;
     }
     return reference::kWarpTable;
 }
 
 }  // namespace warp
 
-int32_t KernelWarpAffine(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch, KernelRect sourceRect,
-                         uint8_t* destination, int32_t destinationPitch, KernelRect destinationRect,
-                         const double* coefficients, uint32_t interpolation) {
+int32_t KernelWarpAffine(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                         KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                         KernelRect destinationRect, const double* coefficients, uint32_t interpolation) {
     return warp::WarpAffineWithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize, sourcePitch,
                                      sourceRect, destination, destinationPitch, destinationRect, coefficients,
                                      interpolation);
@@ -248,9 +257,9 @@ int32_t KernelWarpAffine(const uint8_t* source, KernelSize sourceSize, int32_t s
 int32_t KernelWarpPerspective(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                               KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
                               KernelRect destinationRect, const double* matrix, uint32_t interpolation) {
-    return warp::WarpPerspectiveWithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize, sourcePitch,
-                                          sourceRect, destination, destinationPitch, destinationRect, matrix,
-                                          interpolation);
+    return warp::WarpPerspectiveWithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize,
+                                          sourcePitch, sourceRect, destination, destinationPitch,
+                                          destinationRect, matrix, interpolation);
 }
 
 int32_t WarpPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
@@ -265,7 +274,8 @@ int32_t WarpPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, in
 int32_t KernelPerspectiveFromQuad(const KernelRect* sourceRect, const double* quad, double* matrix) {
     if (sourceRect == nullptr || quad == nullptr || matrix == nullptr) return kStatusNullPointer;
     if (sourceRect->width < 2 || sourceRect->height < 2) return kStatusBadSize;
-    const scan::QuadPoint corners[4] = {{quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
+    const scan::QuadPoint corners[4] = {
+        {quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
     if (scan::QuadWinding(corners) == 0) return kStatusImproperQuad;
     const double x0 = quad[0], y0 = quad[1], x1 = quad[2], y1 = quad[3];
     const double x2 = quad[4], y2 = quad[5], x3 = quad[6], y3 = quad[7];

@@ -168,7 +168,8 @@ template <AffineRowFn Row>
 void AffineSpansByRows(const SourceView& source, const AffineInverse& inverse, const SpanRow* rows,
                        int32_t rowCount, uint8_t* destination, int32_t pitch) {
     for (int32_t r = 0; r < rowCount; ++r) {
-        uint8_t* out = destination + static_cast<intptr_t>(pitch) * rows[r].y + static_cast<intptr_t>(rows[r].xFirst) * 4;
+        uint8_t* out = destination + static_cast<intptr_t>(pitch) * rows[r].y +
+                       static_cast<intptr_t>(rows[r].xFirst) * 4;
         Row(source, inverse, rows[r].y, rows[r].xFirst, rows[r].count, out);
     }
 }

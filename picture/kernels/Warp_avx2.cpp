@@ -1,15 +1,19 @@
 // AVX2 row routines of the warps and the resize: four pixels at a time, one
 // pixel per double lane, with the very operations of the scalar rule B in the
 // same order, so every byte equals the reference. The affine positions are
-// accumulated one pixel after another as in the reference.
+// accumulated pixel after pixel as in the reference, four rows at a time.
 #include <immintrin.h>
+
+#include <cstring>
 
 #include "picture/kernels/WarpRows.h"
 
 namespace halcyra::warp::avx2 {
 namespace {
 
-// Rule B on four positions; returns the four 4-byte pixels.
+// Rule B on four positions; returns the four 4-byte pixels. A byte b is turned
+// into a double as the bit pattern of 2^52 + b, exactly; differences of two
+// such values are the exact byte differences of the reference.
 inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
     const __m256d epsilon = _mm256_set1_pd(0.0000001);
     const __m256d one = _mm256_set1_pd(1.0);
@@ -28,60 +32,79 @@ inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
     const __m256i offset = _mm256_add_epi64(_mm256_mul_epi32(_mm256_cvtepi32_epi64(iy), pitch),
                                             _mm256_slli_epi64(_mm256_cvtepi32_epi64(ix), 2));
     const auto* base = reinterpret_cast<const long long*>(s.data);
-    const __m256i split = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
-    // Low half: the left pixels of the four pairs; high half: the right ones.
-    const __m256i top = _mm256_permutevar8x32_epi32(_mm256_i64gather_epi64(base, offset, 1), split);
-    const __m256i bottom =
-        _mm256_permutevar8x32_epi32(_mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1), split);
-    const __m256i byteMask = _mm256_set1_epi32(0xff);
+    // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
+    const __m256i top = _mm256_i64gather_epi64(base, offset, 1);
+    const __m256i bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
+    const __m256i byteMask = _mm256_set1_epi64x(0xff);
+    const __m256i magicBits = _mm256_set1_epi64x(0x4330000000000000LL);
+    const __m256d magic = _mm256_set1_pd(4503599627370496.0);
     const __m256d half = _mm256_set1_pd(0.5);
+    auto byteAt = [&](__m256i lanes, int shift) {
+        const __m128i count = _mm_cvtsi32_si128(shift);
+        return _mm256_castsi256_pd(
+            _mm256_or_si256(_mm256_and_si256(_mm256_srl_epi64(lanes, count), byteMask), magicBits));
+    };
     __m128i result = zero;
     for (int32_t c = 0; c < 4; ++c) {
-        const __m128i shift = _mm_cvtsi32_si128(8 * c);
-        const __m256i t = _mm256_and_si256(_mm256_srl_epi32(top, shift), byteMask);
-        const __m256i b = _mm256_and_si256(_mm256_srl_epi32(bottom, shift), byteMask);
-        const __m128i a00 = _mm256_castsi256_si128(t);
-        const __m128i a10 = _mm256_extracti128_si256(t, 1);
-        const __m128i a01 = _mm256_castsi256_si128(b);
-        const __m128i a11 = _mm256_extracti128_si256(b, 1);
-        const __m256d topValue = _mm256_add_pd(_mm256_cvtepi32_pd(a00),
-                                               _mm256_mul_pd(_mm256_cvtepi32_pd(_mm_sub_epi32(a10, a00)), fx));
-        const __m256d bottomValue = _mm256_add_pd(
-            _mm256_cvtepi32_pd(a01), _mm256_mul_pd(_mm256_cvtepi32_pd(_mm_sub_epi32(a11, a01)), fx));
+        const __m256d b00 = byteAt(top, 8 * c);
+        const __m256d b10 = byteAt(top, 32 + 8 * c);
+        const __m256d b01 = byteAt(bottom, 8 * c);
+        const __m256d b11 = byteAt(bottom, 32 + 8 * c);
+        const __m256d topValue =
+            _mm256_add_pd(_mm256_sub_pd(b00, magic), _mm256_mul_pd(_mm256_sub_pd(b10, b00), fx));
+        const __m256d bottomValue =
+            _mm256_add_pd(_mm256_sub_pd(b01, magic), _mm256_mul_pd(_mm256_sub_pd(b11, b01), fx));
         const __m256d value = _mm256_add_pd(
             _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(bottomValue, topValue), fy), half), topValue);
         const __m128i bytes = _mm_and_si128(_mm256_cvttpd_epi32(value), _mm_set1_epi32(0xff));
-        result = _mm_or_si128(result, _mm_sll_epi32(bytes, shift));
+        result = _mm_or_si128(result, _mm_sll_epi32(bytes, _mm_cvtsi32_si128(8 * c)));
     }
     return result;
 }
 
-void AffineRowBilinear(const SourceView& s, const AffineInverse& a, int32_t y, int32_t xFirst, int32_t count,
-                       uint8_t* out) {
-    double sx = AffineRowStartX(a, xFirst, y);
-    double sy = AffineRowStartY(a, xFirst, y);
-    int32_t k = 0;
-    alignas(32) double xs[4];
-    alignas(32) double ys[4];
-    for (; k + 4 <= count; k += 4) {
-        for (int32_t j = 0; j < 4; ++j) {
-            xs[j] = sx;
-            ys[j] = sy;
-            sx += a.a00;
-            sy += a.a10;
+// Four span rows side by side, one per lane: each lane accumulates its own
+// row's positions with the same additions as the reference, so the serial sums
+// cost one vector addition per four pixels.
+void AffineSpansBilinear(const SourceView& source, const AffineInverse& a, const SpanRow* rows,
+                         int32_t rowCount, uint8_t* destination, int32_t pitch) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
+    const __m256d stepX = _mm256_set1_pd(a.a00);
+    const __m256d stepY = _mm256_set1_pd(a.a10);
+    for (int32_t first = 0; first < rowCount; first += 4) {
+        alignas(32) double startX[4] = {};
+        alignas(32) double startY[4] = {};
+        uint8_t* out[4] = {};
+        int32_t counts[4] = {};
+        int32_t longest = 0;
+        for (int32_t lane = 0; lane < 4 && first + lane < rowCount; ++lane) {
+            const SpanRow& row = rows[first + lane];
+            startX[lane] = AffineRowStartX(a, row.xFirst, row.y);
+            startY[lane] = AffineRowStartY(a, row.xFirst, row.y);
+            out[lane] =
+                destination + static_cast<intptr_t>(pitch) * row.y + static_cast<intptr_t>(row.xFirst) * 4;
+            counts[lane] = row.count;
+            longest = row.count > longest ? row.count : longest;
         }
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k),
-                         Bilinear4(s, _mm256_load_pd(xs), _mm256_load_pd(ys)));
-    }
-    for (; k < count; ++k) {
-        SampleBilinear4(s, sx, sy, out + 4 * k);
-        sx += a.a00;
-        sy += a.a10;
+        __m256d sx = _mm256_load_pd(startX);
+        __m256d sy = _mm256_load_pd(startY);
+        for (int32_t k = 0; k < longest; ++k) {
+            alignas(16) uint32_t pixels[4];
+            _mm_store_si128(reinterpret_cast<__m128i*>(pixels), Bilinear4(s, sx, sy));
+            for (int32_t lane = 0; lane < 4; ++lane)
+                if (k < counts[lane]) std::memcpy(out[lane] + 4 * k, &pixels[lane], 4);
+            sx = _mm256_add_pd(sx, stepX);
+            sy = _mm256_add_pd(sy, stepY);
+        }
     }
 }
 
-void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
                            int32_t count, uint8_t* out) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
     const double row = y;
     const __m256d a0 = _mm256_set1_pd(m.a[0]);
     const __m256d a3 = _mm256_set1_pd(m.a[3]);
@@ -109,7 +132,10 @@ void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int3
     }
 }
 
-void ResizeRowBilinear4(const SourceView& s, const double* xs, double y, int32_t count, uint8_t* out) {
+void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, int32_t count, uint8_t* out) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
     const __m256d ys = _mm256_set1_pd(y);
     int32_t k = 0;
     for (; k + 4 <= count; k += 4)
@@ -119,6 +145,6 @@ void ResizeRowBilinear4(const SourceView& s, const double* xs, double y, int32_t
 
 }  // namespace
 
-const WarpTable kWarpTable = {AffineSpansByRows<AffineRowBilinear>, ProjectiveRowBilinear, ResizeRowBilinear4};
+const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4};
 
 }  // namespace halcyra::warp::avx2

@@ -1,8 +1,8 @@
 // AVX-512 row routines of the warps and the resize: eight pixels at a time,
 // one pixel per double lane, with the very operations of the scalar rule B in
 // the same order, so every byte equals the reference. The affine positions are
-// accumulated one pixel after another as in the reference (the sums are not
-// associative), and only the sampling runs in lanes.
+// accumulated pixel after pixel as in the reference (the sums are not
+// associative), eight rows side by side.
 #include <immintrin.h>
 
 // GCC 12 reports the undefined upper halves that its own AVX-512 headers use
@@ -35,21 +35,22 @@ inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
     // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
     const __m512i top = _mm512_i64gather_epi64(offset, s.data, 1);
     const __m512i bottom = _mm512_i64gather_epi64(_mm512_add_epi64(offset, pitch), s.data, 1);
-    const __m512i byteMask = _mm512_set1_epi64(0xff);
     const __m512i magicBits = _mm512_set1_epi64(0x4330000000000000LL);
     const __m512d magic = _mm512_set1_pd(4503599627370496.0);
     const __m512d half = _mm512_set1_pd(0.5);
-    auto byteAt = [&](__m512i lanes, unsigned shift) {
-        // (lanes >> shift) & 0xff | magic, as a double.
-        return _mm512_castsi512_pd(
-            _mm512_ternarylogic_epi64(_mm512_srli_epi64(lanes, shift), byteMask, magicBits, 0xEA));
+    // Byte 4h + c of each lane (h = 0: the pixel, 1: its right neighbour) in
+    // the low byte, the other seven bytes taken from 2^52: one masked shuffle.
+    const __mmask64 lowBytes = 0x0101010101010101ULL;
+    auto byteAt = [&](__m512i lanes, int32_t index) {
+        const __m512i control = _mm512_broadcast_i32x4(_mm_set_epi64x(8 + index, index));
+        return _mm512_castsi512_pd(_mm512_mask_shuffle_epi8(magicBits, lowBytes, lanes, control));
     };
     __m256i result = zero;
-    for (unsigned c = 0; c < 4; ++c) {
-        const __m512d b00 = byteAt(top, 8 * c);
-        const __m512d b10 = byteAt(top, 32 + 8 * c);
-        const __m512d b01 = byteAt(bottom, 8 * c);
-        const __m512d b11 = byteAt(bottom, 32 + 8 * c);
+    for (int32_t c = 0; c < 4; ++c) {
+        const __m512d b00 = byteAt(top, c);
+        const __m512d b10 = byteAt(top, 4 + c);
+        const __m512d b01 = byteAt(bottom, c);
+        const __m512d b11 = byteAt(bottom, 4 + c);
         const __m512d topValue =
             _mm512_add_pd(_mm512_sub_pd(b00, magic), _mm512_mul_pd(_mm512_sub_pd(b10, b00), fx));
         const __m512d bottomValue =
@@ -66,8 +67,11 @@ inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
 // Eight span rows side by side, one per lane: each lane accumulates its own
 // row's positions with the same additions as the reference, so the serial sums
 // cost one vector addition per eight pixels.
-void AffineSpansBilinear(const SourceView& s, const AffineInverse& a, const SpanRow* rows, int32_t rowCount,
-                         uint8_t* destination, int32_t pitch) {
+void AffineSpansBilinear(const SourceView& source, const AffineInverse& a, const SpanRow* rows,
+                         int32_t rowCount, uint8_t* destination, int32_t pitch) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
     const __m512d stepX = _mm512_set1_pd(a.a00);
     const __m512d stepY = _mm512_set1_pd(a.a10);
     const __m512i stepOffset = _mm512_set1_epi64(4);
@@ -99,8 +103,11 @@ void AffineSpansBilinear(const SourceView& s, const AffineInverse& a, const Span
     }
 }
 
-void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
                            int32_t count, uint8_t* out) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
     const double row = y;
     const __m512d a0 = _mm512_set1_pd(m.a[0]);
     const __m512d a3 = _mm512_set1_pd(m.a[3]);
@@ -112,12 +119,31 @@ void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int3
     const __m512d a5 = _mm512_set1_pd(m.a[5]);
     const __m512d a8 = _mm512_set1_pd(m.a[8]);
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-    int32_t k = 0;
-    for (; k + 8 <= count; k += 8) {
+    auto positions = [&](int32_t k, __m512d& u, __m512d& v) {
         const __m512d x = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(xFirst + k), lanes));
         const __m512d w = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a6, x), a7y), a8);
-        const __m512d u = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a0, x), a1y), a2), w);
-        const __m512d v = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a3, x), a4y), a5), w);
+        u = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a0, x), a1y), a2), w);
+        v = _mm512_div_pd(_mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a3, x), a4y), a5), w);
+    };
+    int32_t k = 0;
+    if (count >= 16) {
+        // The divisions run two blocks of eight pixels ahead of the sampling,
+        // so that the divider and the sampler overlap.
+        __m512d u0, v0, u1, v1;
+        positions(0, u0, v0);
+        positions(8, u1, v1);
+        for (; k + 16 <= count; k += 8) {
+            __m512d u2 = u1, v2 = v1;
+            if (k + 24 <= count) positions(k + 16, u2, v2);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u0, v0));
+            u0 = u1, v0 = v1, u1 = u2, v1 = v2;
+        }
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u0, v0));
+        k += 8;
+    }
+    for (; k + 8 <= count; k += 8) {
+        __m512d u, v;
+        positions(k, u, v);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u, v));
     }
     for (; k < count; ++k) {
@@ -128,11 +154,15 @@ void ProjectiveRowBilinear(const SourceView& s, const ProjectiveInverse& m, int3
     }
 }
 
-void ResizeRowBilinear4(const SourceView& s, const double* xs, double y, int32_t count, uint8_t* out) {
+void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, int32_t count, uint8_t* out) {
+    // A local copy: the compiler cannot know that the pixels written do not
+    // alias the view, and would reload its fields after every store.
+    const SourceView s = source;
     const __m512d ys = _mm512_set1_pd(y);
     int32_t k = 0;
     for (; k + 8 <= count; k += 8)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, _mm512_loadu_pd(xs + k), ys));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k),
+                            Bilinear8(s, _mm512_loadu_pd(xs + k), ys));
     for (; k < count; ++k) SampleBilinear4(s, xs[k], y, out + 4 * k);
 }
 

@@ -15,7 +15,8 @@ namespace halcyra::detail {
 // be drawn (not a proper quadrangle, a degenerate map, a source below 2 x 2,
 // no interpolation bit, no pixel inside the destination).
 bool WarpSourceIntoQuad(const uint8_t* source, int32_t w, int32_t h, int32_t pitch, uint8_t* destination,
-                        int32_t dw, int32_t dh, int32_t destinationPitch, const double quad[8], uint32_t flags);
+                        int32_t dw, int32_t dh, int32_t destinationPitch, const double quad[8],
+                        uint32_t flags);
 
 // The source split into square tiles of tileSize pixels, row by row.
 struct SourceTiles {

@@ -42,6 +42,9 @@ const Row kCatalogue[37] = {
 bool IsWrapper(int32_t index) { return index >= 23 && index <= 32; }
 bool Is3D(int32_t index) { return (index >= 7 && index <= 19) || index == 33; }
 bool KeepsState(int32_t index) { return index == 28; }  // the earthquake's walk goes on between frames
+// Rows whose own steps write the whole output: the 3D backgrounds, and the
+// zooms and the active camera, which clear their scratch (the output) whole.
+bool DrawsWholeOutput(int32_t index) { return Is3D(index) || index == 6 || index == 31 || index == 32; }
 
 class Library {
 public:
@@ -184,6 +187,7 @@ RenderInfo Info(double progress, double time = 0.4) {
 
 std::vector<int32_t> ExistingRows() {
     std::vector<int32_t> rows;
+    if (TheLibrary().library == nullptr) return rows;
     for (int32_t i = 0; i < 37; ++i) {
         IVideoEffect* e = TheLibrary().library->CreateEffect(i);
         if (e != nullptr) {
@@ -372,8 +376,8 @@ TEST_P(EveryEffect, LargerOutputAndOddFrames) {
         out.Fill(0x5A);
         EXPECT_TRUE(effect->Render(&host, &a.desc, &b.desc, &out.desc, &info));
         EXPECT_TRUE(out.GuardsIntact());
-        if (!Is3D(index)) {
-            // 2D effects draw only the overlap; the rest keeps its old pixels.
+        if (!DrawsWholeOutput(index)) {
+            // Most 2D effects draw only the overlap; the rest keeps its old pixels.
             for (int32_t y = 0; y < 21; ++y)
                 for (int32_t x = (y < 12 ? 20 : 0); x < 33; ++x)
                     ASSERT_EQ(out.Px(x, y)[0], 0x5A) << x << "," << y;
@@ -425,7 +429,8 @@ TEST_P(EveryEffect, LargerOutputAndOddFrames) {
     effect->Release();
 }
 
-INSTANTIATE_TEST_SUITE_P(Catalogue, EveryEffect, ::testing::Range(0, 37),
+// Only rows this build offers; the others answer null, which the first test checks.
+INSTANTIATE_TEST_SUITE_P(Catalogue, EveryEffect, ::testing::ValuesIn(ExistingRows()),
                          [](const ::testing::TestParamInfo<int32_t>& info) { return "Row" + std::to_string(info.param); });
 
 }  // namespace

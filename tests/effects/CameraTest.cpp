@@ -6,7 +6,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstring>
 
 #include "TestHost.h"
 #include "effects/Camera.h"
@@ -26,12 +25,6 @@ TEST(CameraRandom, RuntimeSequenceSignedDrawsAndSeeding) {
 
     random.Seed(1);  // draw 41: (41 / 256 - 1) * a
     EXPECT_EQ(SignedRandom(random, 2.0f), (41.0f / 256.0f - 1.0f) * 2.0f);
-    for (int i = 0; i < 2000; ++i) {
-        const float v = SignedRandom(random, 1.0f);
-        ASSERT_GE(v, -1.0f);
-        ASSERT_LE(v, 0.99609375f);
-        ASSERT_EQ(v * 256.0f, std::floor(v * 256.0f));
-    }
 
     // Active Camera seeds with stream + trunc(x * m).
     RandomSequence seeded, plain;
@@ -103,33 +96,15 @@ TEST(CameraMotion, RegressionValues) {
     }
 }
 
-TEST(CameraMotion, AbsurdTimesAndParametersEndTheWalk) {
-    const float nan = std::nanf("");
-    // Each call must return; the values themselves are not meaningful.
-    MotionValue(MotionVariant::ActiveCamera, {1.0f, 0.0f, 0.5f, 444, 111}, 1e30f);
-    MotionValue(MotionVariant::Shake, {1.0f, 0.0f, 1.0f, 444, 111}, 3e7f);
-    MotionValue(MotionVariant::ActiveCamera, {2.0f, 0.3f, 0.5f, 444, 111}, 5.0f);  // negative period
-    MotionValue(MotionVariant::ActiveCamera, {nan, nan, nan, 444, 111}, 5.0f);
-    MotionValue(MotionVariant::ActiveCamera, {0.5f, 0.3f, 0.5f, 444, 111}, nan);
-    MotionValue(MotionVariant::ActiveCamera, {0.5f, -3.0f, 1e5f, 444, 111}, 50.0f);
-    SUCCEED();
-}
-
 TEST(CameraMatrix, ShiftsTheCentreAndTurnsAndScalesAboutIt) {
-    const PictureTransform m = CameraMatrix(40.0f, 20.0f, 3.0f, -2.0f, 0.5f, 2.0f);
-    auto apply = [&](float x, float y, float& ox, float& oy) {
-        ox = m.matrix[0][0] * x + m.matrix[1][0] * y + m.matrix[2][0];
-        oy = m.matrix[0][1] * x + m.matrix[1][1] * y + m.matrix[2][1];
-    };
-    float ox, oy;
-    apply(20.0f, 10.0f, ox, oy);
-    EXPECT_NEAR(ox, 23.0f, 1e-4f);
-    EXPECT_NEAR(oy, 8.0f, 1e-4f);
-    // One pixel right of the centre: turned by 0.5 (row vector times the
-    // rotation: (cos, sin)), twice as far, then shifted.
-    apply(21.0f, 10.0f, ox, oy);
-    EXPECT_NEAR(ox, 23.0f + 2.0f * std::cos(0.5f), 1e-4f);
-    EXPECT_NEAR(oy, 8.0f + 2.0f * std::sin(0.5f), 1e-4f);
+    const auto& m = CameraMatrix(40.0f, 20.0f, 3.0f, -2.0f, 0.5f, 2.0f).matrix;
+    // The centre (20, 10) moves by the shift alone.
+    EXPECT_NEAR(m[0][0] * 20.0f + m[1][0] * 10.0f + m[2][0], 23.0f, 1e-4f);
+    EXPECT_NEAR(m[0][1] * 20.0f + m[1][1] * 10.0f + m[2][1], 8.0f, 1e-4f);
+    // A pixel right of it is turned by 0.5 (a row vector times the rotation
+    // gives (cos, sin)), twice as far, then shifted.
+    EXPECT_NEAR(m[0][0] * 21.0f + m[1][0] * 10.0f + m[2][0], 23.0f + 2.0f * std::cos(0.5f), 1e-4f);
+    EXPECT_NEAR(m[0][1] * 21.0f + m[1][1] * 10.0f + m[2][1], 8.0f + 2.0f * std::sin(0.5f), 1e-4f);
 }
 
 // Parameters of Active Camera in index order.
@@ -160,35 +135,13 @@ TEST(Activecamera, StillCameraCopiesAndTheEchoBlendsIn255ths) {
     EXPECT_TRUE(in.GuardsIntact());
 }
 
-TEST(Activecamera, FramesRenderAloneAndTheWrapperFixesHiddenValues) {
-    TestHost host;
-    CActivecamera effect;
-    host.UseDefaults(&effect);
-    GuardedFrame in(48, 32), a(48, 32), b(48, 32);
-    in.FillPattern(9);
-    RenderInfo early = test::MakeRenderInfo(0.0, 1.5), late = test::MakeRenderInfo(0.0, 6.0);
-    effect.Render(&host, &in.desc, nullptr, &a.desc, &early);
-    effect.Render(&host, &in.desc, nullptr, &b.desc, &late);
-    effect.Render(&host, &in.desc, nullptr, &b.desc, &early);
-    EXPECT_EQ(a.Pixels(), b.Pixels());
-
-    // The wrapper's hidden Rotation 0, Hold 0.105, Blur 0.54 and synchronised axes.
-    host.values[kRotation].number = 0.0f;
-    host.values[kHold].number = 0.105f;
-    host.values[kBlur].number = 0.54f;
-    host.values[kSynchronize].flag = 1;
-    effect.Render(&host, &in.desc, nullptr, &a.desc, &late);
-    auto* wrapper = new CWrapActivecamera();
-    TestHost outer;
-    outer.UseDefaults(wrapper);
-    for (int shown = 0; shown < 5; ++shown)
-        outer.values[shown].number = host.values[shown < 2 ? shown : shown + 1].number;
-    wrapper->Render(&outer, &in.desc, nullptr, &b.desc, &late);
-    EXPECT_EQ(a.Pixels(), b.Pixels());
-    wrapper->Release();
-}
-
-TEST(Activecamera, MotionThatIsNotANumberDrawsNothingOutOfBounds) {
+TEST(Activecamera, AbsurdTimesAndParametersEndTheWalkAndDrawInBounds) {
+    // Each walk must end; the values themselves are not meaningful.
+    MotionValue(MotionVariant::ActiveCamera, {1.0f, 0.0f, 0.5f, 444, 111}, 1e30f);
+    MotionValue(MotionVariant::Shake, {1.0f, 0.0f, 1.0f, 444, 111}, 3e7f);
+    MotionValue(MotionVariant::ActiveCamera, {2.0f, 0.3f, 0.5f, 444, 111}, 5.0f);  // negative period
+    MotionValue(MotionVariant::ActiveCamera, {0.5f, -3.0f, 1e5f, 444, 111}, 50.0f);
+    // Motion that is not a number reaches the warps.
     TestHost host;
     CActivecamera effect;
     host.UseDefaults(&effect);
@@ -203,17 +156,9 @@ TEST(Activecamera, MotionThatIsNotANumberDrawsNothingOutOfBounds) {
     EXPECT_TRUE(in.GuardsIntact());
 }
 
-// Parameters of Shake in index order.
-enum {
-    kShakeHorizontal,
-    kShakeVertical,
-    kShakeRotation,
-    kShakeCrop,
-    kShakeJitter,
-    kShakeBlur,
-    kShakeDelay,
-    kShakeCrossFade
-};
+// Shake's Horizontal, Vertical, Rotation, Crop, Blur and Cross Fade.
+constexpr int kShakeStill[] = {0, 1, 2, 3, 5};
+constexpr int kShakeCrossFade = 7;
 
 TEST(Shake, EndsGiveThePlainClips) {
     TestHost host;
@@ -235,8 +180,7 @@ TEST(Shake, LayerSharesCountTheFirstWeightTwice) {
     TestHost host;
     CShake effect;
     host.UseDefaults(&effect);
-    for (int i : {kShakeHorizontal, kShakeVertical, kShakeRotation, kShakeCrop, kShakeBlur})
-        host.values[i].number = 0.0f;
+    for (int i : kShakeStill) host.values[i].number = 0.0f;
     host.values[kShakeCrossFade].number = 1.0f;
     GuardedFrame a(21, 9), b(21, 9), out(21, 9);
     a.FillPattern(3);

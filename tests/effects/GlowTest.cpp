@@ -23,7 +23,7 @@ using test::GuardedFrame;
 using test::TestHost;
 
 // Glow parameter indices.
-constexpr size_t kGlowPaper = 0, kGlowBlur = 1, kGlowCrossFade = 5;
+constexpr size_t kGlowCrossFade = 5;
 // Halo parameter indices.
 constexpr size_t kHaloWidth = 0, kHaloRim = 1, kHaloCrossFade = 3;
 
@@ -93,16 +93,6 @@ TEST(GlowBlur, MatchesADirectReadingOfItsMarginsAndAnchors) {
     });
 }
 
-TEST(GlowBlur, ParametersNoHostCanMeanAreRefused) {
-    Picture source, out;
-    source.Allocate(8, 8, 4, nullptr);
-    out.Allocate(8, 8, 4, nullptr);
-    MemoryAllocator allocator;
-    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, -1, allocator));
-    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, INT32_MIN + 1, allocator));
-    EXPECT_FALSE(TriangularBlur(source, out, 8, 8, 1 << 20, allocator));
-}
-
 TEST(GlowTempo, RisesToTheMiddleAndEarlierWithMoreTempo) {
     for (float tempo : {0.0f, 0.54f, 1.0f}) {
         EXPECT_EQ(TempoCurveAt(0.0f, tempo).crossFadeWeight, 255);
@@ -156,26 +146,6 @@ TEST(Glow, BloomsUniformPicturesAsWorkedOutByHand) {
     });
 }
 
-TEST(Glow, PaperChannelsAtZeroStayZeroEverywhere) {
-    test::ForEachCpuClass([&] {
-        TestHost host;
-        CGlow effect;
-        host.UseDefaults(&effect);
-        host.values[kGlowPaper].colour = 0x00ff00;  // green only
-        GuardedFrame a(30, 20), b(30, 20), out(30, 20);
-        a.FillPattern(1);
-        b.FillPattern(2);
-        RenderInfo info = test::MakeRenderInfo(0.5);
-        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-        for (int32_t y = 0; y < 20; ++y)
-            for (int32_t x = 0; x < 30; ++x) {
-                ASSERT_EQ(out.Pixel(x, y)[0], 0);
-                ASSERT_EQ(out.Pixel(x, y)[2], 0);
-            }
-        EXPECT_TRUE(out.GuardsIntact());
-    });
-}
-
 TEST(GlowAndHalo, TheEndsOfTheTransitionAreThePlainClips) {
     test::ForEachCpuClass([&] {
         for (int which = 0; which < 2; ++which) {
@@ -197,37 +167,56 @@ TEST(GlowAndHalo, TheEndsOfTheTransitionAreThePlainClips) {
     });
 }
 
-TEST(Halo, DilatesByADiscAndSoftens) {
+// 3x3 window sums in the kernels' order, rows top down, stored with rule R.
+template <class Source>
+uint8_t Window(Source source, int32_t x, int32_t y, float outer, float centre) {
+    float s = 0.0f;
+    for (int32_t j = -1; j <= 1; ++j)
+        for (int32_t i = -1; i <= 1; ++i) s += source(x + i, y + j) * (i == 0 && j == 0 ? centre : outer);
+    return RoundRuleR(s);
+}
+
+TEST(Halo, DilatesByADiscThenDrawsRimsAndSoftens) {
     test::ForEachCpuClass([&] {
-        TestHost host;
-        CHalo effect;
-        host.UseDefaults(&effect);
-        host.SetFloat(kHaloWidth, 0.75f);  // trunc(0.75 * 60 * 0.1) = 4: diameter 5, radius 2
-        host.SetFloat(kHaloRim, 0.0f);
-        host.SetFloat(kHaloCrossFade, 0.0f);
-        GuardedFrame in(60, 60), out(60, 60);
-        in.Fill(0);
-        std::memset(in.Pixel(30, 30), 255, 4);
-        RenderSame(effect, host, in, out, 0.5);
-        // The mix turns 255 into 254; the disc holds the offsets with dx² + dy² <= 4.
-        auto disc = [](int32_t x, int32_t y) {
-            return (x - 30) * (x - 30) + (y - 30) * (y - 30) <= 4 ? 254.0f : 0.0f;
-        };
-        const float outer = 0.0555555559694767f, centre = 0.5555555820465088f;
-        for (int32_t y = 0; y < 60; ++y)
-            for (int32_t x = 0; x < 60; ++x) {
-                float s = 0.0f;
-                for (int32_t j = -1; j <= 1; ++j)
-                    for (int32_t i = -1; i <= 1; ++i)
-                        s += disc(x + i, y + j) * (i == 0 && j == 0 ? centre : outer);
-                const uint8_t expected = RoundRuleR(s);
-                for (int c = 0; c < 4; ++c)
-                    ASSERT_EQ(out.Pixel(x, y)[c], expected) << x << "," << y << " " << c;
+        for (float rim : {0.0f, 1.0f}) {  // at p = 0.5 the rim weight is 0 or 255
+            TestHost host;
+            CHalo effect;
+            host.UseDefaults(&effect);
+            host.SetFloat(kHaloWidth, 0.75f);  // trunc(0.75 * 60 * 0.1) = 4: diameter 5, radius 2
+            host.SetFloat(kHaloRim, rim);
+            host.SetFloat(kHaloCrossFade, 0.0f);
+            GuardedFrame in(60, 60), out(60, 60);
+            in.Fill(0);
+            std::memset(in.Pixel(30, 30), 255, 4);
+            RenderSame(effect, host, in, out, 0.5);
+            // The mix turns 255 into 254; the disc holds the offsets with dx² + dy² <= 4.
+            auto disc = [](int32_t x, int32_t y) {
+                return (x - 30) * (x - 30) + (y - 30) * (y - 30) <= 4 ? 254.0f : 0.0f;
+            };
+            auto edge = [&](int32_t x, int32_t y) {
+                return static_cast<float>(Window(disc, x, y, 1.0f, -7.0f));
+            };
+            const float outer = 0.0555555559694767f, centre = 0.5555555820465088f;
+            for (int32_t y = 20; y < 40; ++y)
+                for (int32_t x = 20; x < 40; ++x) {
+                    const uint8_t expected =
+                        rim == 0.0f ? Window(disc, x, y, outer, centre) : Window(edge, x, y, outer, centre);
+                    for (int c = 0; c < 4; ++c)
+                        ASSERT_EQ(out.Pixel(x, y)[c], expected) << rim << " at " << x << "," << y << " " << c;
+                }
+            EXPECT_EQ(out.Pixel(0, 0)[0], 0);
+            EXPECT_EQ(out.Pixel(59, 59)[0], 0);
+            if (rim == 0.0f) {
+                // Worked out: the centre keeps 254; two across, three neighbours are in the disc.
+                EXPECT_EQ(out.Pixel(30, 30)[0], 254);
+                EXPECT_EQ(out.Pixel(32, 30)[0], 183);
+                EXPECT_EQ(out.Pixel(33, 30)[0], 14);
+            } else {
+                // Inside the disc the edge kernel gives the value back (8 - 7); the
+                // rim is brightest just outside it.
+                EXPECT_GT(out.Pixel(33, 30)[0], out.Pixel(30, 30)[0]);
             }
-        // Worked out: the centre keeps 254; two across, three of the neighbours are in the disc.
-        EXPECT_EQ(out.Pixel(30, 30)[0], 254);
-        EXPECT_EQ(out.Pixel(32, 30)[0], 183);
-        EXPECT_EQ(out.Pixel(33, 30)[0], 14);
+        }
     });
 }
 

@@ -19,25 +19,11 @@ using test::TestHost;
 
 TEST(ZoomStep, ScalesAboutTheCentre) {
     const PictureTransform m = ZoomStep(1.5f, 0.25f, 0.5f, 40.0f, 20.0f);
-    auto apply = [&](float x, float y, float& ox, float& oy) {
-        ox = m.matrix[0][0] * x + m.matrix[1][0] * y + m.matrix[2][0];
-        oy = m.matrix[0][1] * x + m.matrix[1][1] * y + m.matrix[2][1];
-    };
-    float ox, oy;
-    apply(10.0f, 10.0f, ox, oy);
-    EXPECT_EQ(ox, 10.0f);
-    EXPECT_EQ(oy, 10.0f);
-    apply(14.0f, 6.0f, ox, oy);
-    EXPECT_EQ(ox, 16.0f);
-    EXPECT_EQ(oy, 4.0f);
-}
-
-TEST(ZoomStep, PassCountsComeFromFloatLogarithms) {
-    EXPECT_EQ(Log2Float(0.5f), -1.0f);  // a zero zoom: -1 + 1 passes
-    EXPECT_EQ(TruncToInt32(Log2Float(8.0f) + 1.0f), 4);
-    EXPECT_EQ(PowerOfTwo(0), 1.0f);
-    EXPECT_EQ(PowerOfTwo(9), 512.0f);
-    EXPECT_EQ(PowerOfTwo(-3), 1.0f);  // never shifted by a negative count
+    // (10, 10) is the centre; (14, 6) lies (4, -4) from it and goes to (6, -6) from it.
+    EXPECT_EQ(m.matrix[0][0] * 10.0f + m.matrix[1][0] * 10.0f + m.matrix[2][0], 10.0f);
+    EXPECT_EQ(m.matrix[0][1] * 10.0f + m.matrix[1][1] * 10.0f + m.matrix[2][1], 10.0f);
+    EXPECT_EQ(m.matrix[0][0] * 14.0f + m.matrix[1][0] * 6.0f + m.matrix[2][0], 16.0f);
+    EXPECT_EQ(m.matrix[0][1] * 14.0f + m.matrix[1][1] * 6.0f + m.matrix[2][1], 4.0f);
 }
 
 TEST(DoublingBlur, ClearsTheWholeScratchAndKeepsAFlatPicture) {

@@ -117,6 +117,7 @@ protected:
         args.insert(args.end(), extra.begin(), extra.end());
         Result result = Run(args);
         EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_TRUE(result.err.empty()) << "no progress bar when standard error is not a terminal";
         return DecodeProbe(ReadPicture("probe.png"));
     }
 
@@ -343,7 +344,8 @@ protected:
         std::getline(lines, line);
         while (std::getline(lines, line)) {
             int index = -1;
-            if (std::sscanf(line.c_str(), "%d", &index) == 1 && line.find(" effects in ") == std::string::npos)
+            if (std::sscanf(line.c_str(), "%d", &index) == 1 &&
+                line.find(" effects in ") == std::string::npos)
                 rows.push_back(index);
         }
         return rows;
@@ -365,10 +367,10 @@ TEST_F(RealLibrary, BouncingCubesShowsTheClipsAtTheEnds) {
     WriteImage(PathOf("a.png"), Pattern(64, 48, 5));
     WriteImage(PathOf("b.png"), Pattern(64, 48, 77));
     auto render = [&](const char* progress, const char* reverse) {
-        Result result = Run({"render", "Bouncing Cubes", "--from", PathOf("a.png"), "--to", PathOf("b.png"),
-                             "--progress", progress, "--set", std::string("Reverse=") + reverse, "-o",
-                             PathOf("out.png")},
-                            REAL_LIBRARY);
+        Result result =
+            Run({"render", "Bouncing Cubes", "--from", PathOf("a.png"), "--to", PathOf("b.png"), "--progress",
+                 progress, "--set", std::string("Reverse=") + reverse, "-o", PathOf("out.png")},
+                REAL_LIBRARY);
         EXPECT_EQ(result.status, 0) << result.err;
         return ReadPicture("out.png").pixels;
     };

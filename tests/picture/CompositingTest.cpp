@@ -29,7 +29,9 @@ struct Owned {
     Picture picture;
 };
 
-std::vector<uint8_t> Px(std::initializer_list<int> v) { return std::vector<uint8_t>(v.begin(), v.end()); }
+std::vector<uint8_t> Px(std::initializer_list<int> v) {
+    return std::vector<uint8_t>(v.begin(), v.end());
+}
 
 TEST(BlendPictures, EqualWeightsAverageAndLeaveTheFirst) {
     for (int weight : {128, 0, 255, 300}) {

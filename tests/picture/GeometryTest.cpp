@@ -30,7 +30,8 @@ struct OwnedPicture {
 void FillPattern(OwnedPicture& p) {
     for (int32_t y = 0; y < p.picture.height; ++y)
         for (int32_t x = 0; x < p.picture.width; ++x)
-            for (int32_t c = 0; c < p.picture.bytesPerPixel; ++c) p.At(x, y)[c] = uint8_t(x * 3 + y * 17 + c * 50);
+            for (int32_t c = 0; c < p.picture.bytesPerPixel; ++c)
+                p.At(x, y)[c] = uint8_t(x * 3 + y * 17 + c * 50);
 }
 
 TEST(PictureTransform, StepsActInTheOrderCalled) {
@@ -108,7 +109,9 @@ TEST(PictureOps, FillPictureByPixelSize) {
     OwnedPicture colour(5, 3, 4, 9);
     ASSERT_TRUE(PictureOps::FillPicture(colour.picture, 0xFF000000u));
     for (int32_t y = 0; y < 3; ++y)
-        for (int32_t x = 0; x < 5; ++x) EXPECT_EQ(std::vector<uint8_t>(colour.At(x, y), colour.At(x, y) + 4), (std::vector<uint8_t>{0, 0, 0, 0xFF}));
+        for (int32_t x = 0; x < 5; ++x)
+            EXPECT_EQ(std::vector<uint8_t>(colour.At(x, y), colour.At(x, y) + 4),
+                      (std::vector<uint8_t>{0, 0, 0, 0xFF}));
     OwnedPicture mask(5, 3, 1, 9);
     ASSERT_TRUE(PictureOps::FillPicture(mask.picture, 0x12345678u));
     EXPECT_EQ(*mask.At(4, 2), 0x78);

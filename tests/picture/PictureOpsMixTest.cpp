@@ -11,7 +11,8 @@ namespace halcyra {
 namespace {
 
 struct Owned {
-    Owned(int32_t width, int32_t height, uint8_t fill) : bytes(static_cast<size_t>(width) * height * 4, fill) {
+    Owned(int32_t width, int32_t height, uint8_t fill)
+        : bytes(static_cast<size_t>(width) * height * 4, fill) {
         picture.Attach(bytes.data(), width, height, width * 4, 4);
     }
     std::vector<uint8_t> bytes;

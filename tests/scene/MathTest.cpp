@@ -75,7 +75,7 @@ TEST(LinearLight, AmbientFloorAndTwoSidedFold) {
     EXPECT_EQ(light.GetLight({0, 0, 1}, {}, false), 1.0);
     EXPECT_EQ(light.GetLight({1, 0, 0}, {}, false), 0.0);  // edge-on, ambient 0
     light.SetAmbient(0.25);
-    light.SetAmbient(1.5);  // ignored
+    light.SetAmbient(1.5);   // ignored
     light.SetAmbient(-0.1);  // ignored
     EXPECT_EQ(light.ambient, 0.25);
     EXPECT_EQ(light.GetLight({1, 0, 0}, {}, false), 0.25);

@@ -73,8 +73,8 @@ TEST(QuadMeshCreator, TilesLieOnWholePixels) {
     EXPECT_TRUE(creator.MakeTiles(1, 50, {}, {}, {}, {}, 3, 2, &p, nullptr, 0, false).faces.empty());
     EXPECT_TRUE(creator.MakeTiles(100, 50, {}, {}, {}, {}, 0, 2, &p, nullptr, 0, false).faces.empty());
 
-    const QuadMesh zigzag = creator.MakeTiles(100, 50, {-1, 1, 0}, {1, 1, 0}, {1, -1, 0}, {-1, -1, 0}, 3, 2, &p,
-                                              nullptr, kBackFlipVertical, true);
+    const QuadMesh zigzag = creator.MakeTiles(100, 50, {-1, 1, 0}, {1, 1, 0}, {1, -1, 0}, {-1, -1, 0}, 3, 2,
+                                              &p, nullptr, kBackFlipVertical, true);
     for (int c = 0; c < 3; ++c) {
         EXPECT_EQ(zigzag.faces[c].frontRect, mesh.faces[c].frontRect);
         EXPECT_EQ(zigzag.faces[3 + c].frontRect, mesh.faces[5 - c].frontRect);
@@ -86,8 +86,8 @@ TEST(QuadMeshCreator, BoxFacesLookOutward) {
     Picture p;
     SetSize(p, 8, 8);
     QuadMeshCreator creator;
-    const QuadMesh box =
-        creator.MakeBox({-1, 1, 0}, {1, 1, 0}, {1, -1, 0}, {-1, -1, 0}, -2.0, &p, nullptr, kBackFlipHorizontal);
+    const QuadMesh box = creator.MakeBox({-1, 1, 0}, {1, 1, 0}, {1, -1, 0}, {-1, -1, 0}, -2.0, &p, nullptr,
+                                         kBackFlipHorizontal);
     ASSERT_EQ(box.faces.size(), 6u);
     const Vector3D outward[6] = {{0, 0, 1}, {1, 0, 0}, {0, 0, -1}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}};
     for (int i = 0; i < 6; ++i) {
@@ -109,7 +109,7 @@ TEST(QuadMeshCreator, BoxesTakeTheDiagonalIntoTheirDepth) {
     const std::vector<QuadMesh> boxes = QuadMeshCreator().MakeBoxes(plane);
     ASSERT_EQ(boxes.size(), 1u);
     ASSERT_EQ(boxes[0].faces.size(), 6u);
-    const double depth = (3.0 + 5.0) * 0.5;  // top edge 3, diagonal 5
+    const double depth = (3.0 + 5.0) * 0.5;                           // top edge 3, diagonal 5
     EXPECT_EQ(boxes[0].faces[2].corners[0], Vector3D(3, 4, -depth));  // rear starts at q1
     for (const QuadFace& f : boxes[0].faces) {
         EXPECT_EQ(f.frontRect, (TextureRect{0.1, 0.2, 0.3, 0.4}));
@@ -122,13 +122,13 @@ TEST(QuadMeshCreator, BoxesTakeTheDiagonalIntoTheirDepth) {
 TEST(QuadMeshCreator, GridBackRectanglesFollowTheTurn) {
     Picture p;
     SetSize(p, 8, 8);
-    const QuadMesh grid =
-        QuadMeshCreator().MakeGrid({-1, 1, 0}, {1, 1, 0}, {}, {-1, -1, 0}, 4, 2, &p, nullptr, kBackFlipHorizontal);
+    const QuadMesh grid = QuadMeshCreator().MakeGrid({-1, 1, 0}, {1, 1, 0}, {}, {-1, -1, 0}, 4, 2, &p,
+                                                     nullptr, kBackFlipHorizontal);
     ASSERT_EQ(grid.faces.size(), 8u);
     EXPECT_EQ(grid.faces[1].frontRect, (TextureRect{0.25, 0, 0.5, 0.5}));
     EXPECT_EQ(grid.faces[1].backRect, (TextureRect{0.5, 0, 0.75, 0.5}));
-    const QuadMesh vertical =
-        QuadMeshCreator().MakeGrid({-1, 1, 0}, {1, 1, 0}, {}, {-1, -1, 0}, 4, 2, &p, nullptr, kBackFlipVertical);
+    const QuadMesh vertical = QuadMeshCreator().MakeGrid({-1, 1, 0}, {1, 1, 0}, {}, {-1, -1, 0}, 4, 2, &p,
+                                                         nullptr, kBackFlipVertical);
     EXPECT_EQ(vertical.faces[1].backRect, (TextureRect{0.25, 0.5, 0.5, 1.0}));
     EXPECT_EQ(grid.faces[7].corners[2], Vector3D(1, -1, 0));
 }

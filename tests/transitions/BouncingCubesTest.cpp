@@ -21,7 +21,7 @@ TEST(BouncingCubes, ParametersAndReadingOrder) {
     EXPECT_STREQ(run.effect->GetName(), "Corvane 3D Bouncing Cubes");
     EXPECT_EQ(run.effect->GetInputCount(), 2);
     ParameterInfo info{};
-    const char* names[] = {"Shading", "Columns", "Rows",   "Cohesion",   "Depth",
+    const char* names[] = {"Shading", "Columns",  "Rows",    "Cohesion",   "Depth",
                            "Zigzag",  "Rotation", "Reverse", "Background", "Background Color"};
     for (int32_t i = 0; i < 10; ++i) {
         ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
@@ -123,9 +123,10 @@ TEST(BouncingCubes, BoxCollapsesBeforeItSwaps) {
 // Regression checksums of 64 x 48 frames from fixed inputs.
 TEST(BouncingCubes, RegressionChecksums) {
     const test::CrcCase cases[] = {
-        {0.1, false, 3, 0},  {0.25, false, 3, 0}, {0.5, false, 3, 0}, {0.8, false, 3, 0},
-        {0.25, true, 3, 0},  {0.5, true, 3, 0},   {0.5, false, 0, 0}, {0.5, false, 1, 0},
-        {0.5, false, 2, 0},  {0.65, true, 1, 0},
+        {0.1, false, 3, 2598807907u}, {0.25, false, 3, 4246936333u}, {0.5, false, 3, 967376842u},
+        {0.8, false, 3, 3562633037u}, {0.25, true, 3, 4079418151u},  {0.5, true, 3, 101686412u},
+        {0.5, false, 0, 594529347u},  {0.5, false, 1, 161953442u},   {0.5, false, 2, 71235973u},
+        {0.65, true, 1, 2485860405u},
     };
     for (const auto& c : cases) {
         TransitionRun run(new D3DMNCubesFly(), 64, 48);
@@ -133,8 +134,8 @@ TEST(BouncingCubes, RegressionChecksums) {
         run.host.values[kBackground].choice = c.background;
         ASSERT_TRUE(run.Render(c.progress));
         EXPECT_TRUE(run.out.GuardsIntact());
-        EXPECT_EQ(run.out.Crc(), c.crc) << "progress " << c.progress << " reverse " << c.reverse << " background "
-                                        << c.background;
+        EXPECT_EQ(run.out.Crc(), c.crc)
+            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
     }
 }
 

@@ -2,6 +2,8 @@
 // the transition and regression checksums.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "TransitionTestSupport.h"
 #include "transitions/CheckerBoard.h"
 
@@ -13,6 +15,7 @@ using test::TransitionRun;
 constexpr int32_t kGrid = 0;
 constexpr int32_t kDepth = 1;
 constexpr int32_t kTilt = 2;
+constexpr int32_t kStart = 3;
 constexpr int32_t kRotate = 5;
 constexpr int32_t kReverse = 6;
 constexpr int32_t kBackground = 7;
@@ -21,9 +24,9 @@ TEST(CheckerBoard, ParametersInTheirOrder) {
     TransitionRun run(new D3DChessBoard(), 32, 24);
     EXPECT_STREQ(run.effect->GetName(), "Corvane 3D Checker Board");
     ParameterInfo info{};
-    const char* names[] = {"Grid", "Depth", "Tilt", "Start", "End", "Rotate", "Reverse", "Background",
-                           "Background Color"};
-    const int32_t types[] = {kParamFloat, kParamFloat, kParamPoint, kParamPoint, kParamPoint,
+    const char* names[] = {"Grid",   "Depth",   "Tilt",       "Start",           "End",
+                           "Rotate", "Reverse", "Background", "Background Color"};
+    const int32_t types[] = {kParamFloat, kParamFloat, kParamPoint,  kParamPoint, kParamPoint,
                              kParamBool,  kParamBool,  kParamChoice, kParamColour};
     for (int32_t i = 0; i < 9; ++i) {
         ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
@@ -87,23 +90,32 @@ TEST(CheckerBoard, EndsShowThePlainPictures) {
 }
 
 TEST(CheckerBoard, FlatBoardSlidesWholePictures) {
-    // No depth, no rotation: at t = 0.5 of a flight one square to the right,
-    // the view shows the right half of the first square beside the left
-    // half of the second.
+    // No depth and no rotation on a 3 x 3 board: the start (0.5, 0.5) names
+    // the centre cell, a second-picture square, and moves down to (1, 2); the
+    // end (0.8, 0.8) lands on (1, 1). Halfway, the view shows the lower half
+    // of the second picture above the upper half of the first. Squares share
+    // their edge pixels, and the one later in the list draws them: the lower
+    // square the shared row, the right-hand neighbour the last column.
     TransitionRun run(new D3DChessBoard(), 33, 9);
     run.host.values[kDepth].number = 0.0f;
-    run.host.values[kGrid].number = 0.0f;  // 3 x 3
-    run.host.values[3].point[0] = 0.5f;  // start: centre cell (1, 1), a second-picture square, moves down
-    run.host.values[3].point[1] = 0.5f;
-    EXPECT_TRUE(run.Render(0.01));
-    EXPECT_TRUE(run.out.GuardsIntact());
+    run.host.values[kGrid].number = 0.0f;
+    run.host.values[kStart].point[0] = 0.5f;
+    run.host.values[kStart].point[1] = 0.5f;
+    ASSERT_TRUE(run.Render(0.5));
+    for (int32_t y = 0; y < 9; ++y) {
+        const uint8_t* expected = y < 4 ? run.b.Pixel(0, y + 4) : run.a.Pixel(0, y - 4);
+        EXPECT_EQ(std::memcmp(run.out.Pixel(0, y), expected, 32 * 4), 0) << "row " << y;
+        const uint8_t* neighbour = y < 4 ? run.a.Pixel(0, y + 4) : run.b.Pixel(0, y - 4);
+        EXPECT_EQ(std::memcmp(run.out.Pixel(32, y), neighbour, 4), 0) << "row " << y;
+    }
 }
 
 TEST(CheckerBoard, RegressionChecksums) {
     const test::CrcCase cases[] = {
-        {0.1, false, 3, 0},  {0.25, false, 3, 0}, {0.5, false, 3, 0}, {0.8, false, 3, 0},
-        {0.25, true, 3, 0},  {0.5, true, 3, 0},   {0.5, false, 0, 0}, {0.5, false, 1, 0},
-        {0.5, false, 2, 0},  {0.65, true, 1, 0},
+        {0.1, false, 3, 2625060925u}, {0.25, false, 3, 1562451378u}, {0.5, false, 3, 710816045u},
+        {0.8, false, 3, 175319080u},  {0.25, true, 3, 2963724434u},  {0.5, true, 3, 4048505235u},
+        {0.5, false, 0, 3199979943u}, {0.5, false, 1, 218282298u},   {0.5, false, 2, 1885942168u},
+        {0.65, true, 1, 1306827918u},
     };
     for (const auto& c : cases) {
         TransitionRun run(new D3DChessBoard(), 64, 48);
@@ -111,13 +123,13 @@ TEST(CheckerBoard, RegressionChecksums) {
         run.host.values[kBackground].choice = c.background;
         ASSERT_TRUE(run.Render(c.progress));
         EXPECT_TRUE(run.out.GuardsIntact());
-        EXPECT_EQ(run.out.Crc(), c.crc) << "progress " << c.progress << " reverse " << c.reverse << " background "
-                                        << c.background;
+        EXPECT_EQ(run.out.Crc(), c.crc)
+            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
     }
     TransitionRun rotating(new D3DChessBoard(), 64, 48);
     rotating.host.values[kRotate].flag = 1;
     ASSERT_TRUE(rotating.Render(0.4));
-    EXPECT_EQ(rotating.out.Crc(), 0u) << "rotate";
+    EXPECT_EQ(rotating.out.Crc(), 3773513311u) << "rotate";
 }
 
 }  // namespace

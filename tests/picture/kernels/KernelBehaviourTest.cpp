@@ -64,7 +64,8 @@ TEST(KernelBytes, AddScaleAndComposite) {
     EXPECT_EQ(out, Pixels({(128 + 127) & 255, 255, 127, 255}));
     ASSERT_EQ(KernelAlphaComposite(half.data(), 4, white.data(), 4, out.data(), 4, {1, 1}, 6), kStatusOk);
     EXPECT_EQ(out, Pixels({255, 255, 127, 255}));
-    EXPECT_EQ(KernelAlphaComposite(half.data(), 4, white.data(), 4, out.data(), 4, {1, 1}, 1), kStatusBadArgument);
+    EXPECT_EQ(KernelAlphaComposite(half.data(), 4, white.data(), 4, out.data(), 4, {1, 1}, 1),
+              kStatusBadArgument);
 }
 
 TEST(KernelChecks, OrderOfStatuses) {
@@ -124,7 +125,8 @@ TEST(KernelFilters, TrueConvolutionOrientation) {
     EXPECT_EQ(out[8], 27);
     std::vector<uint8_t> convolved(3 * 4, 0);
     const float weights[3] = {1.0f, 2.0f, 3.0f};
-    ASSERT_EQ(KernelConvolve(row.data() + 4, 20, convolved.data(), 12, {3, 1}, weights, {3, 1}, {1, 0}), kStatusOk);
+    ASSERT_EQ(KernelConvolve(row.data() + 4, 20, convolved.data(), 12, {3, 1}, weights, {3, 1}, {1, 0}),
+              kStatusOk);
     EXPECT_EQ(convolved[0], 9);
     EXPECT_EQ(convolved[4], 18);
     EXPECT_EQ(convolved[8], 27);
@@ -158,7 +160,8 @@ TEST(KernelReplicate, BordersAndOverflow) {
     std::vector<uint8_t> picture(16 * 4, 0);
     for (int y = 1; y < 3; ++y)
         for (int x = 1; x < 3; ++x) picture[(y * 4 + x) * 4] = static_cast<uint8_t>(10 * y + x);
-    ASSERT_EQ(KernelReplicate4(picture.data() + 5 * 4, 16, {2, 2}, picture.data(), 16, {4, 4}, 1, 1), kStatusOk);
+    ASSERT_EQ(KernelReplicate4(picture.data() + 5 * 4, 16, {2, 2}, picture.data(), 16, {4, 4}, 1, 1),
+              kStatusOk);
     const int expected[16] = {11, 11, 12, 12, 11, 11, 12, 12, 21, 21, 22, 22, 21, 21, 22, 22};
     for (int i = 0; i < 16; ++i) EXPECT_EQ(picture[i * 4], expected[i]) << i;
 }
@@ -199,7 +202,8 @@ TEST(KernelDilate, MaskMembersAndReplicatedBorder) {
     const int expected[4] = {9, 4, 9, 3};
     for (int x = 0; x < 4; ++x) EXPECT_EQ(out[4 * x], expected[x]) << x;
     EXPECT_EQ(KernelDilate(source.data(), 16, out.data(), 16, {4, 1}, 0, state), kStatusBadArgument);
-    EXPECT_EQ(KernelDilate(source.data(), 20, out.data(), 20, {5, 1}, kBorderReplicate, state), kStatusBadArgument);
+    EXPECT_EQ(KernelDilate(source.data(), 20, out.data(), 20, {5, 1}, kBorderReplicate, state),
+              kStatusBadArgument);
     EXPECT_EQ(KernelDilateFree(state), kStatusOk);
 }
 

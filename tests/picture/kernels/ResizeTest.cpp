@@ -24,8 +24,8 @@ std::vector<uint8_t> Ramp(int32_t w, int32_t h, int32_t channels) {
 int32_t ProducedWidth(int32_t w, double f, int32_t room = 100) {
     const auto source = Ramp(w, 1, 1);
     std::vector<uint8_t> destination(room, 0xCC);
-    const int32_t status = KernelResize1(source.data(), {w, 1}, w, {0, 0, w, 1}, destination.data(), room, {room, 1}, f,
-                                         1.0, kInterpolationNearest);
+    const int32_t status = KernelResize1(source.data(), {w, 1}, w, {0, 0, w, 1}, destination.data(), room,
+                                         {room, 1}, f, 1.0, kInterpolationNearest);
     if (status == kStatusResizeTooSmall) return 0;
     EXPECT_EQ(status, kStatusOk);
     int32_t produced = 0;
@@ -47,7 +47,8 @@ TEST(Resize, RefusalsWriteNothing) {
     std::vector<uint8_t> destination(16 * 16 * 4, 0x77);
     const auto before = destination;
     auto call = [&](KernelRect rect, double fx, uint32_t code, int32_t pitch = 64) {
-        return KernelResize4(source.data(), {8, 8}, 32, rect, destination.data(), pitch, {16, 16}, fx, 1.0, code);
+        return KernelResize4(source.data(), {8, 8}, 32, rect, destination.data(), pitch, {16, 16}, fx, 1.0,
+                             code);
     };
     EXPECT_EQ(call({0, 0, 8, 8}, 1.0, 2, 63), kStatusBadPitch);
     EXPECT_EQ(call({0, 0, 8, 8}, 0.0, 2), kStatusBadArgument);
@@ -62,8 +63,8 @@ TEST(Resize, NearestReadsTheColumnOfTheOutputCentre) {
     const std::vector<uint8_t> source = {0, 10, 20, 30, 40, 50, 60, 70, 80, 90};
     std::vector<uint8_t> destination(4, 0);
     // f = 0.4: X reads trunc((X + 0.5) / 0.4 + 1e-7) = 1, 3, 6, 8.
-    ASSERT_EQ(KernelResize1(source.data(), {10, 1}, 10, {0, 0, 10, 1}, destination.data(), 4, {4, 1}, 0.4, 1.0,
-                            kInterpolationBilinear),
+    ASSERT_EQ(KernelResize1(source.data(), {10, 1}, 10, {0, 0, 10, 1}, destination.data(), 4, {4, 1}, 0.4,
+                            1.0, kInterpolationBilinear),
               kStatusOk);  // a source one row high lowers every code to nearest
     EXPECT_EQ(destination, (std::vector<uint8_t>{10, 30, 60, 80}));
 }
@@ -74,11 +75,15 @@ TEST(Resize, BilinearAndCubicEndsMeetTheRectangleEnds) {
     for (uint32_t code : {kInterpolationBilinear, kInterpolationCubic}) {
         std::vector<uint8_t> destination(size_t(40) * 40 * 4, 0);
         // The rectangle (2, 1, 5, 4) grown by 3.
-        ASSERT_EQ(KernelResize4(source.data(), {w, h}, w * 4, {2, 1, 5, 4}, destination.data(), 160, {40, 40}, 3.0,
-                                3.0, code),
+        ASSERT_EQ(KernelResize4(source.data(), {w, h}, w * 4, {2, 1, 5, 4}, destination.data(), 160, {40, 40},
+                                3.0, 3.0, code),
                   kStatusOk);
-        auto sourcePixel = [&](int32_t x, int32_t y) { return std::vector<uint8_t>(&source[(y * w + x) * 4], &source[(y * w + x) * 4] + 4); };
-        auto outPixel = [&](int32_t x, int32_t y) { return std::vector<uint8_t>(&destination[(y * 40 + x) * 4], &destination[(y * 40 + x) * 4] + 4); };
+        auto sourcePixel = [&](int32_t x, int32_t y) {
+            return std::vector<uint8_t>(&source[(y * w + x) * 4], &source[(y * w + x) * 4] + 4);
+        };
+        auto outPixel = [&](int32_t x, int32_t y) {
+            return std::vector<uint8_t>(&destination[(y * 40 + x) * 4], &destination[(y * 40 + x) * 4] + 4);
+        };
         EXPECT_EQ(outPixel(0, 0), sourcePixel(2, 1)) << code;
         EXPECT_EQ(outPixel(14, 0), sourcePixel(6, 1)) << code;
         EXPECT_EQ(outPixel(14, 11), sourcePixel(6, 4)) << code;
@@ -95,14 +100,15 @@ TEST(Resize, OneByteFormAgreesWithAChannelOfTheFourByteForm) {
             std::vector<uint8_t> plane(size_t(w) * h);
             for (size_t i = 0; i < plane.size(); ++i) plane[i] = colour[i * 4 + channel];
             std::vector<uint8_t> wide(size_t(50) * 50 * 4, 0), narrow(size_t(50) * 50, 0);
-            ASSERT_EQ(KernelResize4(colour.data(), {w, h}, w * 4, {1, 2, 20, 14}, wide.data(), 200, {50, 50}, 1.7,
+            ASSERT_EQ(KernelResize4(colour.data(), {w, h}, w * 4, {1, 2, 20, 14}, wide.data(), 200, {50, 50},
+                                    1.7, 0.8, code),
+                      kStatusOk);
+            ASSERT_EQ(KernelResize1(plane.data(), {w, h}, w, {1, 2, 20, 14}, narrow.data(), 50, {50, 50}, 1.7,
                                     0.8, code),
                       kStatusOk);
-            ASSERT_EQ(KernelResize1(plane.data(), {w, h}, w, {1, 2, 20, 14}, narrow.data(), 50, {50, 50}, 1.7, 0.8,
-                                    code),
-                      kStatusOk);
             for (size_t i = 0; i < narrow.size(); ++i)
-                ASSERT_EQ(narrow[i], wide[i * 4 + channel]) << "code " << code << " channel " << channel << " at " << i;
+                ASSERT_EQ(narrow[i], wide[i * 4 + channel])
+                    << "code " << code << " channel " << channel << " at " << i;
         }
     }
 }

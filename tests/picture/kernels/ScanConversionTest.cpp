@@ -61,7 +61,8 @@ std::vector<std::array<int32_t, 3>> Spans(const QuadPoint quad[4], PixelBounds b
 TEST(ScanConversion, SpansTakePixelCentresOnTheEdgeOnBothSides) {
     const PixelBounds bounds{0, 0, 19, 19};
     // Edges a hair inside whole columns still include those columns.
-    const QuadPoint nearlyWhole[4] = {{2.00000000000001, 1}, {4.99999999999999, 1}, {4.99999999999999, 3}, {2.00000000000001, 3}};
+    const QuadPoint nearlyWhole[4] = {
+        {2.00000000000001, 1}, {4.99999999999999, 1}, {4.99999999999999, 3}, {2.00000000000001, 3}};
     auto rows = Spans(nearlyWhole, bounds);
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_EQ(rows[0], (std::array<int32_t, 3>{1, 2, 5}));
@@ -102,7 +103,8 @@ TEST(ScanConversion, EdgePassMixesOuterPixelsByTheEdgesDistance) {
     EXPECT_EQ(at(9, 2), 0);
     // Everything below the top edge, and the axis-parallel edges, are untouched.
     for (int32_t y = 3; y < size; ++y)
-        for (int32_t x = 0; x < size; ++x) EXPECT_EQ(at(x, y), filled[y * pitch + x * 4 + 1]) << x << "," << y;
+        for (int32_t x = 0; x < size; ++x)
+            EXPECT_EQ(at(x, y), filled[y * pitch + x * 4 + 1]) << x << "," << y;
 }
 
 }  // namespace

@@ -36,7 +36,9 @@ double UniformReal(Random& random, double lo, double hi) {
 }
 
 // Mostly small sizes, now and then a large one.
-int32_t PickSide(Random& random) { return Uniform(random, 0, 15) == 0 ? Uniform(random, 68, 400) : Uniform(random, 1, 67); }
+int32_t PickSide(Random& random) {
+    return Uniform(random, 0, 15) == 0 ? Uniform(random, 68, 400) : Uniform(random, 1, 67);
+}
 
 // A picture inside a larger buffer: a misaligned start, a padded pitch and
 // guard bytes before and after.
@@ -51,14 +53,17 @@ struct Buffer {
     uint8_t* Data() { return bytes.data() + offset; }
 };
 
-Buffer MakeBuffer(Random& random, int32_t width, int32_t height, int32_t bytesPerPixel) {
+// With guard = false the buffer ends exactly at the last pixel of the last
+// row, so that a sanitizer catches any read past the picture.
+Buffer MakeBuffer(Random& random, int32_t width, int32_t height, int32_t bytesPerPixel, bool guard = true) {
     Buffer b;
     b.width = width;
     b.height = height;
     b.bytesPerPixel = bytesPerPixel;
     b.pitch = width * bytesPerPixel + (Uniform(random, 0, 2) == 0 ? 0 : Uniform(random, 1, 40));
-    b.offset = 64 + Uniform(random, 0, 15);
-    b.bytes.resize(static_cast<size_t>(b.offset) + static_cast<size_t>(b.pitch) * height + 64);
+    b.offset = (guard ? 64 : 0) + Uniform(random, 0, 15);
+    b.bytes.resize(static_cast<size_t>(b.offset) + static_cast<size_t>(b.pitch) * (height - 1) +
+                   static_cast<size_t>(width) * bytesPerPixel + (guard ? 64 : 0));
     const int32_t bias = Uniform(random, 0, 2);
     for (uint8_t& v : b.bytes) {
         const int32_t r = Uniform(random, 0, 9);
@@ -85,7 +90,8 @@ KernelRect PickSourceRect(Random& random, int32_t width, int32_t height) {
             const int32_t y = Uniform(random, 0, height - 1);
             return {x, y, Uniform(random, 1, width - x), Uniform(random, 1, height - y)};
         }
-        default: return {0, 0, width, height};
+        default:
+            return {0, 0, width, height};
     }
 }
 
@@ -103,13 +109,14 @@ void PickAffine(Random& random, double c[6], int32_t sw, int32_t sh, int32_t dw,
     double sx = UniformReal(random, 0.2, 3.0);
     double sy = Uniform(random, 0, 1) ? sx : UniformReal(random, 0.2, 3.0);
     double shear = Uniform(random, 0, 2) == 0 ? UniformReal(random, -1.0, 1.0) : 0.0;
-    if (kind == 0) angle = 0.0, sx = sy = 1.0, shear = 0.0;                       // plain translation
-    if (kind == 1) angle = Uniform(random, 0, 3) * (M_PI / 2), sx = sy = 1.0;     // quarter turns
+    if (kind == 0) angle = 0.0, sx = sy = 1.0, shear = 0.0;                    // plain translation
+    if (kind == 1) angle = Uniform(random, 0, 3) * (M_PI / 2), sx = sy = 1.0;  // quarter turns
     c[0] = std::cos(angle) * sx;
     c[1] = -std::sin(angle) * sy + shear;
     c[3] = std::sin(angle) * sx;
     c[4] = std::cos(angle) * sy;
-    if (kind == 2) {  // near-singular: the rows almost parallel
+    if (Uniform(random, 0, 3) == 0) c[0] = -c[0], c[3] = -c[3];  // mirrored: the other winding
+    if (kind == 2) {                                             // near-singular: the rows almost parallel
         c[3] = c[0] * (1.0 + UniformReal(random, -1e-9, 1e-9));
         c[4] = c[1] * (1.0 + UniformReal(random, -1e-9, 1e-9));
     }
@@ -138,17 +145,20 @@ void PickQuad(Random& random, double q[8], int32_t dw, int32_t dh) {
         const double rr = r * UniformReal(random, 0.3, 1.0);
         q[2 * k] = cx + rr * std::cos(a);
         q[2 * k + 1] = cy + rr * std::sin(a);
-        if (Uniform(random, 0, 4) == 0) q[2 * k] = std::round(q[2 * k]), q[2 * k + 1] = std::round(q[2 * k + 1]);
+        if (Uniform(random, 0, 4) == 0)
+            q[2 * k] = std::round(q[2 * k]), q[2 * k + 1] = std::round(q[2 * k + 1]);
     }
 }
 
 uint32_t PickInterpolation(Random& random) {
-    static const uint32_t codes[] = {2, 2, 2, 2, 1, 4, 2 | kInterpolationSmoothEdges, 1 | kInterpolationSmoothEdges};
+    static const uint32_t codes[] = {
+        2, 2, 2, 2, 1, 4, 2 | kInterpolationSmoothEdges, 1 | kInterpolationSmoothEdges};
     return codes[Uniform(random, 0, 7)];
 }
 
 // Bytes outside the destination rectangle must equal the initial buffer.
-void ExpectUntouchedOutside(const Buffer& before, const Buffer& after, KernelRect rect, const std::string& where) {
+void ExpectUntouchedOutside(const Buffer& before, const Buffer& after, KernelRect rect,
+                            const std::string& where) {
     for (size_t i = 0; i < after.bytes.size(); ++i) {
         const int64_t rel = static_cast<int64_t>(i) - after.offset;
         bool inside = false;
@@ -179,7 +189,7 @@ int32_t RunCase(Routine routine, uint64_t seed) {
     Random random(seed);
     const int32_t sw = PickSide(random), sh = PickSide(random);
     const int32_t dw = PickSide(random), dh = PickSide(random);
-    Buffer source = MakeBuffer(random, sw, sh, 4);
+    Buffer source = MakeBuffer(random, sw, sh, 4, false);
     const Buffer initial = MakeBuffer(random, dw, dh, 4);
     const KernelRect sourceRect = PickSourceRect(random, sw, sh);
     const KernelRect destinationRect = PickDestinationRect(random, dw, dh);
@@ -193,7 +203,8 @@ int32_t RunCase(Routine routine, uint64_t seed) {
     if (KernelPerspectiveFromQuad(&whole, quad, matrix) != kStatusOk) {
         for (int k = 0; k < 9; ++k) matrix[k] = UniformReal(random, -2, 2);
     }
-    const double xFactor = Uniform(random, 0, 3) == 0 ? UniformReal(random, 0.01, 0.3) : UniformReal(random, 0.3, 4.0);
+    const double xFactor =
+        Uniform(random, 0, 3) == 0 ? UniformReal(random, 0.01, 0.3) : UniformReal(random, 0.3, 4.0);
     const double yFactor = Uniform(random, 0, 2) == 0 ? xFactor : UniformReal(random, 0.05, 4.0);
     const uint32_t resizeCode = 1u << Uniform(random, 0, 2);
 
@@ -202,27 +213,28 @@ int32_t RunCase(Routine routine, uint64_t seed) {
         switch (routine) {
             case Routine::Affine:
                 return warp::WarpAffineWithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
-                                                 destination.Data(), destination.pitch, destinationRect, affine,
-                                                 interpolation);
+                                                 destination.Data(), destination.pitch, destinationRect,
+                                                 affine, interpolation);
             case Routine::Perspective:
-                return warp::WarpPerspectiveWithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
-                                                      destination.Data(), destination.pitch, destinationRect,
-                                                      matrix, interpolation);
+                return warp::WarpPerspectiveWithTable(table, source.Data(), {sw, sh}, source.pitch,
+                                                      sourceRect, destination.Data(), destination.pitch,
+                                                      destinationRect, matrix, interpolation);
             case Routine::IntoQuad:
-                return warp::WarpPerspectiveIntoQuadWithTable(table, source.Data(), {sw, sh}, source.pitch, whole,
-                                                              destination.Data(), destination.pitch,
+                return warp::WarpPerspectiveIntoQuadWithTable(table, source.Data(), {sw, sh}, source.pitch,
+                                                              whole, destination.Data(), destination.pitch,
                                                               destinationRect, quad, matrix, interpolation);
             case Routine::Resize:
                 return warp::Resize4WithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
-                                              destination.Data(), destination.pitch, {dw, dh}, xFactor, yFactor,
-                                              resizeCode);
+                                              destination.Data(), destination.pitch, {dw, dh}, xFactor,
+                                              yFactor, resizeCode);
         }
         return 0;
     };
     Buffer expected = initial;
     const int32_t status = run(CpuClass::Reference, expected);
     const std::string where = "seed " + std::to_string(seed) + " (" + std::to_string(sw) + "x" +
-                              std::to_string(sh) + " -> " + std::to_string(dw) + "x" + std::to_string(dh) + ")";
+                              std::to_string(sh) + " -> " + std::to_string(dw) + "x" + std::to_string(dh) +
+                              ")";
     ExpectUntouchedOutside(initial, expected,
                            routine == Routine::Resize ? KernelRect{0, 0, dw, dh} : destinationRect, where);
     if (status != kStatusOk) EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;
@@ -246,10 +258,18 @@ void RunMany(Routine routine, int32_t cases) {
     EXPECT_GT(drawn, cases / 4);
 }
 
-TEST(WarpDifferential, AffineMatchesReference) { RunMany(Routine::Affine, 4000); }
-TEST(WarpDifferential, PerspectiveMatchesReference) { RunMany(Routine::Perspective, 3000); }
-TEST(WarpDifferential, FaceQuadMatchesReference) { RunMany(Routine::IntoQuad, 3000); }
-TEST(WarpDifferential, ResizeMatchesReference) { RunMany(Routine::Resize, 3000); }
+TEST(WarpDifferential, AffineMatchesReference) {
+    RunMany(Routine::Affine, 4000);
+}
+TEST(WarpDifferential, PerspectiveMatchesReference) {
+    RunMany(Routine::Perspective, 3000);
+}
+TEST(WarpDifferential, FaceQuadMatchesReference) {
+    RunMany(Routine::IntoQuad, 3000);
+}
+TEST(WarpDifferential, ResizeMatchesReference) {
+    RunMany(Routine::Resize, 3000);
+}
 
 }  // namespace
 }  // namespace halcyra

@@ -16,7 +16,8 @@ namespace {
 struct Frame {
     int32_t width, height, pitch;
     std::vector<uint8_t> bytes;
-    Frame(int32_t w, int32_t h, uint8_t fill) : width(w), height(h), pitch(w * 4), bytes(size_t(w) * h * 4, fill) {}
+    Frame(int32_t w, int32_t h, uint8_t fill)
+        : width(w), height(h), pitch(w * 4), bytes(size_t(w) * h * 4, fill) {}
     uint8_t* Pixel(int32_t x, int32_t y) { return bytes.data() + y * pitch + x * 4; }
     KernelSize Size() const { return {width, height}; }
     KernelRect Whole() const { return {0, 0, width, height}; }
@@ -35,8 +36,8 @@ Frame Gradient(int32_t w, int32_t h) {
 const double kIdentity[6] = {1, 0, 0, 0, 1, 0};
 
 int32_t Affine(Frame& s, Frame& d, const double* c, uint32_t code = kInterpolationBilinear) {
-    return KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, s.Whole(), d.bytes.data(), d.pitch, d.Whole(), c,
-                            code);
+    return KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, s.Whole(), d.bytes.data(), d.pitch, d.Whole(),
+                            c, code);
 }
 
 TEST(WarpAffine, RefusalsWriteNothingAndComeInOrder) {
@@ -45,30 +46,30 @@ TEST(WarpAffine, RefusalsWriteNothingAndComeInOrder) {
     const auto before = d.bytes;
     const double singular[6] = {1, 1, 0, 1, 1, 0};
     // A null pointer is reported before the empty size, the size before the pitch.
-    EXPECT_EQ(KernelWarpAffine(nullptr, {0, 0}, 0, s.Whole(), d.bytes.data(), d.pitch, d.Whole(), kIdentity, 2),
-              kStatusNullPointer);
-    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), {0, 8}, 0, s.Whole(), d.bytes.data(), d.pitch, d.Whole(), kIdentity, 2),
+    EXPECT_EQ(
+        KernelWarpAffine(nullptr, {0, 0}, 0, s.Whole(), d.bytes.data(), d.pitch, d.Whole(), kIdentity, 2),
+        kStatusNullPointer);
+    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), {0, 8}, 0, s.Whole(), d.bytes.data(), d.pitch, d.Whole(),
+                               kIdentity, 2),
               kStatusBadSize);
-    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), 31, s.Whole(), d.bytes.data(), d.pitch, d.Whole(), kIdentity, 3),
+    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), 31, s.Whole(), d.bytes.data(), d.pitch, d.Whole(),
+                               kIdentity, 3),
               kStatusBadPitch);
     EXPECT_EQ(Affine(s, d, kIdentity, 3), kStatusBadArgument);
     EXPECT_EQ(Affine(s, d, kIdentity, kInterpolationSmoothEdges), kStatusBadArgument);
     EXPECT_EQ(Affine(s, d, singular), kStatusSingularMatrix);
-    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, {8, 0, 4, 4}, d.bytes.data(), d.pitch, d.Whole(),
-                               kIdentity, 2),
+    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, {8, 0, 4, 4}, d.bytes.data(), d.pitch,
+                               d.Whole(), kIdentity, 2),
               kWarningNoSourceOverlap);
-    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, {7, 0, 4, 4}, d.bytes.data(), d.pitch, d.Whole(),
-                               kIdentity, 2),
+    EXPECT_EQ(KernelWarpAffine(s.bytes.data(), s.Size(), s.pitch, {7, 0, 4, 4}, d.bytes.data(), d.pitch,
+                               d.Whole(), kIdentity, 2),
               kStatusRectTooSmall);
     const double away[6] = {1, 0, 100, 0, 1, 0};
     EXPECT_EQ(Affine(s, d, away), kWarningNoDestinationOverlap);
     EXPECT_EQ(d.bytes, before);
-}
-
-TEST(WarpAffine, SourceOfWidthOneIsTooNarrowEvenAsNearest) {
-    Frame s = Gradient(1, 9);
-    Frame d(9, 9, 0);
-    EXPECT_EQ(Affine(s, d, kIdentity, kInterpolationCubic), kStatusRectTooSmall);
+    // A source one pixel wide leaves fewer than 2 columns, whatever the code asked.
+    Frame line = Gradient(1, 9);
+    EXPECT_EQ(Affine(line, d, kIdentity, kInterpolationCubic), kStatusRectTooSmall);
 }
 
 TEST(WarpAffine, MatrixTestUsesRelativeDeterminant) {
@@ -111,16 +112,6 @@ TEST(WarpAffine, HalfPixelShiftAveragesNeighboursAndKeepsUncoveredPixels) {
     EXPECT_EQ(d.Pixel(4, 0)[0], 0xEE);
 }
 
-TEST(WarpAffine, SmoothPassLeavesAxisAlignedEdgesHard) {
-    Frame s = Gradient(10, 10);
-    Frame hard(20, 20, 9);
-    Frame smooth(20, 20, 9);
-    const double shift[6] = {1, 0, 5, 0, 1, 4};
-    ASSERT_EQ(Affine(s, hard, shift), kStatusOk);
-    ASSERT_EQ(Affine(s, smooth, shift, kInterpolationBilinear | kInterpolationSmoothEdges), kStatusOk);
-    EXPECT_EQ(hard.bytes, smooth.bytes);
-}
-
 TEST(WarpAffine, SmoothPassBlendsOnlyOutsideARotatedPicture) {
     Frame s(20, 20, 200);
     Frame hard(40, 40, 0);
@@ -151,7 +142,8 @@ TEST(PerspectiveFromQuad, MapsTheCornersOntoTheQuad) {
     const double identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     for (int k = 0; k < 9; ++k) EXPECT_EQ(m[k], identity[k]) << k;
     // A true perspective quad, both windings.
-    for (const auto& q : {std::vector<double>{3, 1, 40, 6, 35, 30, -2, 22}, std::vector<double>{-2, 22, 35, 30, 40, 6, 3, 1}}) {
+    for (const auto& q : {std::vector<double>{3, 1, 40, 6, 35, 30, -2, 22},
+                          std::vector<double>{-2, 22, 35, 30, 40, 6, 3, 1}}) {
         ASSERT_EQ(KernelPerspectiveFromQuad(&rect, q.data(), m), kStatusOk);
         const double corners[4][2] = {{0, 0}, {8, 0}, {8, 4}, {0, 4}};
         for (int k = 0; k < 4; ++k) {

@@ -7,7 +7,8 @@
 // Coordinates: the source pointer addresses source pixel (0, 0) and the
 // sampler may read any pixel of the source size; the destination pointer
 // addresses destination pixel (0, 0) and only pixels of the destination
-// rectangle are written. Positions are pixel centres.
+// rectangle are written. Positions are pixel centres. Source and destination
+// must not overlap: the variants fill rows in different orders.
 #pragma once
 
 #include <cstdint>

@@ -35,21 +35,23 @@ inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
     // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
     const __m256i top = _mm256_i64gather_epi64(base, offset, 1);
     const __m256i bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
-    const __m256i byteMask = _mm256_set1_epi64x(0xff);
     const __m256i magicBits = _mm256_set1_epi64x(0x4330000000000000LL);
     const __m256d magic = _mm256_set1_pd(4503599627370496.0);
     const __m256d half = _mm256_set1_pd(0.5);
-    auto byteAt = [&](__m256i lanes, int shift) {
-        const __m128i count = _mm_cvtsi32_si128(shift);
+    // Byte 4h + c of each lane (h = 0: the pixel, 1: its right neighbour) in
+    // the low byte, zeros above it, then the bits of 2^52 put over them.
+    auto byteAt = [&](__m256i lanes, int32_t index) {
+        const __m128i control = _mm_set_epi64x(static_cast<long long>(0x8080808080808000ULL) | (8 + index),
+                                               static_cast<long long>(0x8080808080808000ULL) | index);
         return _mm256_castsi256_pd(
-            _mm256_or_si256(_mm256_and_si256(_mm256_srl_epi64(lanes, count), byteMask), magicBits));
+            _mm256_or_si256(_mm256_shuffle_epi8(lanes, _mm256_broadcastsi128_si256(control)), magicBits));
     };
     __m128i result = zero;
     for (int32_t c = 0; c < 4; ++c) {
-        const __m256d b00 = byteAt(top, 8 * c);
-        const __m256d b10 = byteAt(top, 32 + 8 * c);
-        const __m256d b01 = byteAt(bottom, 8 * c);
-        const __m256d b11 = byteAt(bottom, 32 + 8 * c);
+        const __m256d b00 = byteAt(top, c);
+        const __m256d b10 = byteAt(top, 4 + c);
+        const __m256d b01 = byteAt(bottom, c);
+        const __m256d b11 = byteAt(bottom, 4 + c);
         const __m256d topValue =
             _mm256_add_pd(_mm256_sub_pd(b00, magic), _mm256_mul_pd(_mm256_sub_pd(b10, b00), fx));
         const __m256d bottomValue =

@@ -158,10 +158,32 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
     }
 }
 
+// Routines with one implementation for every class, through their entry points.
+void RegisterSingle() {
+    const int32_t w = kWidth, h = kHeight;
+    auto single = [](const std::string& name, std::function<void()> body) {
+        benchmark::RegisterBenchmark((name + "/all").c_str(), [body](benchmark::State& state) {
+            Run(state, body);
+        })->Unit(benchmark::kMillisecond);
+    };
+    single("CopyChannelOut", [=] {
+        KernelCopyChannelOut(A().Origin() + 1, A().pitch, M1().Origin(), M1().pitch, {w, h});
+    });
+    single("CopyChannelIn", [=] {
+        KernelCopyChannelIn(M1().Origin(), M1().pitch, C().Origin() + 1, C().pitch, {w, h});
+    });
+    // The frame as the interior of a picture with a 64-pixel border all round.
+    single("Replicate4/border64", [=] {
+        KernelReplicate4(C().Origin(), C().pitch, {w - 128, h - 128}, C().Origin() - 64 * C().pitch - 256,
+                         C().pitch, {w, h}, 64, 64);
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     RegisterAll(CpuClass::Reference, true);
+    RegisterSingle();
     const CpuClass best = DetectCpuClass();
     if (best != CpuClass::Reference) RegisterAll(best, false);
     if (best == CpuClass::Avx512) RegisterAll(CpuClass::Avx2, false);

@@ -25,6 +25,10 @@ bool BlendPictures(Picture& first, Picture& second, int32_t a, int32_t b) {
     a = ClampInt(a, 0, 255);
     b = ClampInt(b, 0, 255);
     const KernelSize size = Overlap(first, second);
+    // Both pictures must be usable before the first is scaled in place, so that
+    // a refusal leaves both as they were.
+    if (first.data == nullptr || second.data == nullptr || size.width <= 0 || size.height <= 0) return false;
+    if (first.pitch < int64_t{4} * size.width || second.pitch < int64_t{4} * size.width) return false;
     if (a == b)
         return KernelAddBytes4(first.data, first.pitch, second.data, second.pitch, size, 1) == kStatusOk;
     const uint8_t factorA[4] = {static_cast<uint8_t>(a), static_cast<uint8_t>(a), static_cast<uint8_t>(a),

@@ -70,20 +70,11 @@ inline void AlphaComposite(const uint8_t* first, int32_t firstPitch, const uint8
 inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
                       uint8_t* third, int32_t thirdPitch, int32_t width, int32_t height, int32_t weightA,
                       int32_t weightB) {
-    const uint32_t wa = static_cast<uint32_t>(weightA);
-    const uint32_t wb = static_cast<uint32_t>(weightB);
-    const bool saturate = weightA + weightB >= 256;
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* a = RowAt(first, firstPitch, y);
         const uint8_t* b = RowAt(second, secondPitch, y);
         uint8_t* out = RowAt(third, thirdPitch, y);
-        if (saturate) {
-            for (int32_t x = 0; x < width * 4; ++x)
-                out[x] = static_cast<uint8_t>(std::min(255u, (a[x] * wa + b[x] * wb) >> 8));
-        } else {
-            for (int32_t x = 0; x < width * 4; ++x)
-                out[x] = static_cast<uint8_t>((a[x] * wa + b[x] * wb) >> 8);
-        }
+        for (int32_t x = 0; x < width * 4; ++x) out[x] = MixBytePixel(a[x], b[x], weightA, weightB);
     }
 }
 
@@ -394,40 +385,42 @@ inline void MaxStep(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, b
     for (int32_t b = hi; b < bytes; ++b) edge(b);
 }
 
-// The last step of a window fused with the merge of a group's (one or two)
-// rows: one pass instead of three. The rows are the unpadded source rows; the
-// pads take their end pixels, as replication gives.
+// The last step of a window fused with the merge of a group's rows (one or
+// two; a lone row is passed twice): one pass instead of three.
 template <bool kLeft, bool kRight>
-inline void StepMergeMiddle(const uint8_t* in, uint8_t* out, int32_t from, int32_t to, const uint8_t* r0,
-                            const uint8_t* r1) {
+inline void StepMergeRange(const uint8_t* in, uint8_t* out, int32_t from, int32_t to, const uint8_t* r0,
+                           const uint8_t* r1) {
     for (int32_t b = from; b < to; ++b) {
         uint8_t v = in[b];
         if constexpr (kLeft) v = std::max(v, in[b - 4]);
         if constexpr (kRight) v = std::max(v, in[b + 4]);
-        out[b] = std::max(v, std::max(r0[b - from], r1[b - from]));
+        out[b] = std::max(v, std::max(r0[b], r1[b]));
     }
 }
 
 inline void StepMerge(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, bool right,
-                      const uint8_t* r0, const uint8_t* r1, int32_t pad, int32_t width) {
-    const int32_t from = pad * 4, to = (pad + width) * 4;
-    for (int32_t b = 0; b < bytes; b = b == from - 1 ? to : b + 1) {
-        if (b >= from && b < to) continue;
-        uint8_t v = in[b];
-        if (left && b >= 4) v = std::max(v, in[b - 4]);
-        if (right && b + 4 < bytes) v = std::max(v, in[b + 4]);
-        const uint8_t* end = b < from ? r0 : r0 + 4 * (width - 1);
-        const uint8_t* end1 = b < from ? r1 : r1 + 4 * (width - 1);
-        out[b] = std::max(v, std::max(end[b & 3], end1[b & 3]));
+                      const uint8_t* r0, const uint8_t* r1) {
+    MaxStep(in, out, bytes, left, right);  // the ends; the middle is overwritten below
+    if (bytes <= 8) {
+        for (int32_t b = 0; b < bytes; ++b) out[b] = std::max(out[b], std::max(r0[b], r1[b]));
+        return;
+    }
+    for (int32_t b = 0; b < 4; ++b) {
+        out[b] = std::max(out[b], std::max(r0[b], r1[b]));
+        out[bytes - 4 + b] = std::max(out[bytes - 4 + b], std::max(r0[bytes - 4 + b], r1[bytes - 4 + b]));
     }
     if (left && right)
-        StepMergeMiddle<true, true>(in, out, from, to, r0, r1);
+        StepMergeRange<true, true>(in, out, 4, bytes - 4, r0, r1);
     else if (left)
-        StepMergeMiddle<true, false>(in, out, from, to, r0, r1);
+        StepMergeRange<true, false>(in, out, 4, bytes - 4, r0, r1);
     else
-        StepMergeMiddle<false, true>(in, out, from, to, r0, r1);
+        StepMergeRange<false, true>(in, out, 4, bytes - 4, r0, r1);
 }
 
+// The fast form reads rows that carry `pad` replicated pixels on each side, so
+// that every pass is one plain loop over a whole row. The extended rows live in
+// a ring in the state, one slot per row of the mask's reach; each source row is
+// extended once, when it first comes into reach.
 inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                        int32_t destinationPitch, int32_t width, int32_t height, DilateState& state) {
     if (!state.nestedRuns) {
@@ -435,54 +428,56 @@ inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* dest
         return;
     }
     const int32_t pad = state.pad;
-    const int32_t bytes = (width + 2 * pad) * 4;
+    const size_t rowBytes = (static_cast<size_t>(width) + 2 * static_cast<size_t>(pad)) * 4;
+    const int32_t bytes = static_cast<int32_t>(rowBytes);
+    uint8_t* ring = state.ring.data();
+    int32_t extendedUpTo = -1;
+    auto extend = [&](int32_t y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y);
+        uint8_t* row = ring + rowBytes * static_cast<size_t>(y % state.ringRows);
+        std::memcpy(row + 4 * pad, in, static_cast<size_t>(width) * 4);
+        for (int32_t x = 0; x < pad; ++x) {
+            std::memcpy(row + 4 * x, in, 4);
+            std::memcpy(row + 4 * (pad + width + x), in + 4 * (width - 1), 4);
+        }
+    };
+    auto sourceRow = [&](int32_t y) {
+        return ring + rowBytes * static_cast<size_t>(ClampInt(y, 0, height - 1) % state.ringRows);
+    };
     uint8_t* t = state.work.data();
-    uint8_t* spare = t + static_cast<size_t>(state.width + 2 * pad) * 4;
+    uint8_t* spare = t + (static_cast<size_t>(state.width) + 2 * static_cast<size_t>(pad)) * 4;
     auto window = [&](int32_t lo, int32_t hi) {
         while (lo < 0 || hi > 0) {
-            MaxStep(t, spare, bytes, lo<0, hi> 0);
+            const bool left = (lo < 0), right = (hi > 0);
+            MaxStep(t, spare, bytes, left, right);
             std::swap(t, spare);
             if (lo < 0) ++lo;
             if (hi > 0) --hi;
         }
     };
     for (int32_t y = 0; y < height; ++y) {
+        while (extendedUpTo < ClampInt(y + state.lastRow, 0, height - 1)) extend(++extendedUpTo);
         for (size_t m = 0; m < state.groups.size(); ++m) {
             const DilateState::RunGroup& g = state.groups[m];
-            if (m > 0) {
-                int32_t lo = state.groups[m - 1].lo - g.lo, hi = state.groups[m - 1].hi - g.hi;
-                if ((lo < 0 || hi > 0) && g.rowOffsets.size() <= 2) {
-                    // All steps but the last, then the last fused with the rows.
-                    const bool lastLeft = lo<0, lastRight = hi> 0;
-                    window(lo < 0 ? lo + 1 : 0, hi > 0 ? hi - 1 : 0);
-                    const uint8_t* r0 =
-                        RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets[0], 0, height - 1));
-                    const uint8_t* r1 =
-                        RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets.back(), 0, height - 1));
-                    StepMerge(t, spare, bytes, lastLeft, lastRight, r0, r1, pad, width);
+            size_t k = 0;
+            if (m == 0) {
+                std::memcpy(t, sourceRow(y + g.rowOffsets[0]), rowBytes);
+                k = 1;
+            } else {
+                const int32_t lo = state.groups[m - 1].lo - g.lo, hi = state.groups[m - 1].hi - g.hi;
+                if (lo < 0 || hi > 0) {
+                    // All steps but the last, then the last fused with the first two rows.
+                    const bool lastLeft = (lo < 0), lastRight = (hi > 0);
+                    window(lastLeft ? lo + 1 : 0, lastRight ? hi - 1 : 0);
+                    const uint8_t* r0 = sourceRow(y + g.rowOffsets[0]);
+                    k = std::min<size_t>(2, g.rowOffsets.size());
+                    StepMerge(t, spare, bytes, lastLeft, lastRight, r0, sourceRow(y + g.rowOffsets[k - 1]));
                     std::swap(t, spare);
-                    continue;
                 }
-                window(lo, hi);
             }
-            for (size_t k = 0; k < g.rowOffsets.size(); ++k) {
-                const uint8_t* in = RowAt(source, sourcePitch, ClampInt(y + g.rowOffsets[k], 0, height - 1));
-                uint8_t* middle = t + pad * 4;
-                if (m == 0 && k == 0) {
-                    std::memcpy(middle, in, static_cast<size_t>(width) * 4);
-                    for (int32_t x = 0; x < pad; ++x) {
-                        std::memcpy(t + 4 * x, in, 4);
-                        std::memcpy(middle + 4 * (width + x), in + 4 * (width - 1), 4);
-                    }
-                    continue;
-                }
-                for (int32_t b = 0; b < width * 4; ++b) middle[b] = std::max(middle[b], in[b]);
-                for (int32_t x = 0; x < pad; ++x)
-                    for (int c = 0; c < 4; ++c) {
-                        t[4 * x + c] = std::max(t[4 * x + c], in[c]);
-                        middle[4 * (width + x) + c] =
-                            std::max(middle[4 * (width + x) + c], in[4 * (width - 1) + c]);
-                    }
+            for (; k < g.rowOffsets.size(); ++k) {
+                const uint8_t* in = sourceRow(y + g.rowOffsets[k]);
+                for (int32_t b = 0; b < bytes; ++b) t[b] = std::max(t[b], in[b]);
             }
         }
         const DilateState::RunGroup& last = state.groups.back();

@@ -29,6 +29,13 @@ inline uint8_t AddBytePixel(uint32_t a, uint32_t b, int32_t shift) {
     return AverageHalfEven(a, b);
 }
 
+// (a * wa + b * wb) >> 8; saturation only matters when wa + wb > 255, since
+// below that the sum stays under 256 * 255.
+inline uint8_t MixBytePixel(uint32_t a, uint32_t b, uint32_t weightA, uint32_t weightB) {
+    const uint32_t s = (a * weightA + b * weightB) >> 8;
+    return static_cast<uint8_t>(s > 255 ? 255 : s);
+}
+
 // Straight alpha (mode 0) and premultiplied (mode 6) "first over second". All
 // inputs are read before anything is written, so the output may alias either.
 inline void AlphaCompositePixel(const uint8_t* first, const uint8_t* second, uint8_t* out, int32_t mode) {

@@ -14,7 +14,8 @@ namespace halcyra {
 
 // The mask of a dilation in two forms: the plain member list that the
 // reference walks, and, when every mask row is one run and the runs nest, the
-// run groups from the widest to the narrowest that the fast form chains.
+// run groups from the widest to the narrowest that the fast form chains, with
+// that form's work rows. A state serves one dilation at a time.
 struct DilateState {
     struct RunGroup {
         int32_t lo;                       // first member column minus the anchor column
@@ -27,6 +28,9 @@ struct DilateState {
     std::vector<RunGroup> groups;
     int32_t pad = 0;            // pixels of room on each side of a work row
     std::vector<uint8_t> work;  // two work rows of (width + 2 pad) pixels
+    int32_t lastRow = 0;        // offset of the last member row from the anchor row
+    int32_t ringRows = 1;       // rows of the mask's reach, first to last
+    std::vector<uint8_t> ring;  // that many source rows with their ends replicated
 };
 
 // Divisor rule of the separable filters, decided once per call.

@@ -113,7 +113,15 @@ void BuildRunGroups(const uint8_t* mask, KernelSize maskSize, KernelPoint anchor
     }
     state.pad = pad;
     state.groups = std::move(groups);
-    state.work.assign(static_cast<size_t>(state.width + 2 * pad) * 4 * 2, 0);
+    const size_t rowBytes = (static_cast<size_t>(state.width) + 2 * static_cast<size_t>(pad)) * 4;
+    state.work.assign(rowBytes * 2, 0);
+    int32_t firstRow = INT32_MAX, lastRow = INT32_MIN;
+    for (const auto& g : state.groups)
+        for (int32_t offset : g.rowOffsets)
+            firstRow = std::min(firstRow, offset), lastRow = std::max(lastRow, offset);
+    state.lastRow = lastRow;
+    state.ringRows = lastRow - firstRow + 1;
+    state.ring.assign(rowBytes * static_cast<size_t>(state.ringRows), 0);
     state.nestedRuns = true;
 }
 

@@ -1,8 +1,8 @@
 // Hand-written 256-bit bodies of the hot pixel routines. Each loop runs a
 // vector body and finishes the row with the same per-pixel function the
 // reference uses. Included by the AVX2 and the AVX-512 files, which compile it
-// under their own flags (the 512-bit class measured no gain from wider
-// registers on these memory-bound loops). Internal linkage, as KernelPixel.h.
+// under their own flags; the AVX-512 file replaces a body only where a wider
+// one measured faster. Internal linkage, as KernelPixel.h.
 #pragma once
 
 #include <immintrin.h>
@@ -132,9 +132,7 @@ inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* s
             const __m256i hi = half(_mm256_unpackhi_epi8(va, zero), _mm256_unpackhi_epi8(vb, zero));
             Store(out + x, _mm256_packus_epi16(lo, hi));
         }
-        for (; x < width * 4; ++x)
-            out[x] = static_cast<uint8_t>(std::min(
-                255u, (a[x] * static_cast<uint32_t>(weightA) + b[x] * static_cast<uint32_t>(weightB)) >> 8));
+        for (; x < width * 4; ++x) out[x] = MixBytePixel(a[x], b[x], weightA, weightB);
     }
 }
 

@@ -1,6 +1,6 @@
-// The AVX2 class of the pixel routines. The portable loops are compiled
-// here again under this file's instruction-set flags; the fast forms replace
-// the direct ones where the tests prove them identical.
+// The AVX2 class of the pixel routines: the hand-written 256-bit bodies for the
+// hot routines, and the portable loops (the fast forms of the mean and the
+// dilation among them) compiled again under this file's instruction-set flags.
 #include "picture/kernels/KernelsSimd256.h"
 
 namespace halcyra::avx2 {

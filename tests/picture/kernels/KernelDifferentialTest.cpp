@@ -128,23 +128,28 @@ TEST(KernelDifferential, HsvRandom) {
     });
 }
 
-// Every one of the 2^24 inputs, both directions.
+// Every one of the 2^24 inputs, both directions, a sixteenth at a time.
 TEST(KernelDifferential, HsvExhaustive) {
     if (VariantClasses().empty()) GTEST_SKIP() << "no variants on this machine";
     Random r(0x400000000ull);
-    TestPicture all(r, 4096, 4096, 4);
-    for (int32_t y = 0; y < 4096; ++y)
-        for (int32_t x = 0; x < 4096; ++x) {
-            uint8_t* p = all.Origin() + static_cast<size_t>(y) * all.pitch + 4 * x;
-            const uint32_t v = static_cast<uint32_t>(y) * 4096 + x;
-            p[0] = static_cast<uint8_t>(v), p[1] = static_cast<uint8_t>(v >> 8),
-            p[2] = static_cast<uint8_t>(v >> 16);
-        }
-    Comparison compare(0x400000000ull);
-    compare(all,
-            [&](const KernelTable& t, uint8_t* d) { t.rgbToHsv(d, all.pitch, d, all.pitch, 4096, 4096); });
-    compare(all,
-            [&](const KernelTable& t, uint8_t* d) { t.hsvToRgb(d, all.pitch, d, all.pitch, 4096, 4096); });
+    TestPicture part(r, 4096, 256, 4);
+    for (uint32_t high = 0; high < 16; ++high) {
+        for (int32_t y = 0; y < 256; ++y)
+            for (int32_t x = 0; x < 4096; ++x) {
+                uint8_t* p = part.Origin() + static_cast<size_t>(y) * part.pitch + 4 * x;
+                const uint32_t v = (high << 20) | (static_cast<uint32_t>(y) << 12) | static_cast<uint32_t>(x);
+                p[0] = static_cast<uint8_t>(v), p[1] = static_cast<uint8_t>(v >> 8),
+                p[2] = static_cast<uint8_t>(v >> 16);
+            }
+        Comparison compare(0x400000000ull + high);
+        compare(part, [&](const KernelTable& t, uint8_t* d) {
+            t.rgbToHsv(d, part.pitch, d, part.pitch, 4096, 256);
+        });
+        compare(part, [&](const KernelTable& t, uint8_t* d) {
+            t.hsvToRgb(d, part.pitch, d, part.pitch, 4096, 256);
+        });
+        if (compare.failed) return;
+    }
 }
 
 // Kernels whose float sums often land on halves, and arbitrary ones.
@@ -298,6 +303,30 @@ TEST(KernelDifferential, Dilate) {
         });
         KernelDilateFree(state);
     });
+}
+
+// The entry points run the table of the active class; pinning each class in
+// turn gives the same bytes through the public routines.
+TEST(KernelDispatch, EntryPointsFollowTheActiveClass) {
+    Random r(0x900000000ull);
+    TestPicture source(r, 150, 9, 4, 40), expected(r, 150, 9, 4);
+    std::vector<int32_t> kernel(61);
+    for (int32_t i = 0; i < 61; ++i) kernel[i] = i < 31 ? i + 1 : 61 - i;
+    TestPicture actual = expected;
+    const CpuClass active = ActiveCpuClass();
+    SelectCpuClass(CpuClass::Reference);
+    ASSERT_EQ(FilterPictureRows(source.Origin(), source.pitch, expected.Origin(), expected.pitch, {150, 9},
+                                kernel.data(), 61, 30, 961),
+              kStatusOk);
+    for (CpuClass cpuClass : VariantClasses()) {
+        SelectCpuClass(cpuClass);
+        TestPicture run = actual;
+        ASSERT_EQ(FilterPictureRows(source.Origin(), source.pitch, run.Origin(), run.pitch, {150, 9},
+                                    kernel.data(), 61, 30, 961),
+                  kStatusOk);
+        EXPECT_EQ(run.storage, expected.storage) << ClassName(cpuClass);
+    }
+    SelectCpuClass(active);
 }
 
 }  // namespace

@@ -118,6 +118,21 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
         t.mixBytes4(A().Origin(), A().pitch, B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, 100,
                     155);
     });
+    // An unequal blend as three passes (scale, scale, add) and as the fused one.
+    Register("Blend/threePasses", cpuClass, [=](const KernelTable& t) {
+        static const uint8_t fa[4] = {100, 100, 100, 100}, fb[4] = {155, 155, 155, 155};
+        t.scaleBytes4(fa, B().Origin(), B().pitch, w, h);
+        t.scaleBytes4(fb, C().Origin(), C().pitch, w, h);
+        t.addBytes4(B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, 0);
+    });
+    Register("BlendBytes4", cpuClass, [=](const KernelTable& t) {
+        t.blendBytes4(B().Origin(), B().pitch, C().Origin(), C().pitch, w, h, 100, 155);
+    });
+    // 127 is the shading of a half-lit face; -3000 takes the 32-bit path.
+    for (int32_t factor : {127, -3000})
+        Register("ScaleAlpha4/factor" + std::to_string(factor), cpuClass, [=](const KernelTable& t) {
+            t.scaleAlpha4(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, factor);
+        });
     Register("RgbToHsv", cpuClass, [=](const KernelTable& t) {
         t.rgbToHsv(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h);
     });

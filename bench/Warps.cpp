@@ -105,6 +105,36 @@ void BM_Resize4Bilinear(benchmark::State& state) {
 }
 BENCHMARK(BM_Resize4Bilinear)->Arg(0)->Arg(1)->Arg(2);
 
+// Rule C on the same half frame up to a whole one.
+void BM_Resize4Cubic(benchmark::State& state) {
+    Frames& f = SharedFrames();
+    const warp::WarpTable& table = warp::WarpTableFor(ClassOf(state));
+    for (auto _ : state) {
+        warp::Resize4WithTable(table, f.source.data(), {kWidth, kHeight}, kPitch,
+                               {0, 0, kWidth / 2, kHeight / 2}, f.destination.data(), kPitch,
+                               {kWidth, kHeight}, 2.0, 2.0, kInterpolationCubic);
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+BENCHMARK(BM_Resize4Cubic)->Arg(0)->Arg(1)->Arg(2);
+
+// The star's overlay: a 305 x 475 ornament grown to 1920 x 2990, of which a
+// frame's height of rows is produced (the rows the sweep reads at most).
+void BM_Resize4CubicStar(benchmark::State& state) {
+    Frames& f = SharedFrames();
+    const warp::WarpTable& table = warp::WarpTableFor(ClassOf(state));
+    const int32_t bw = 305, bh = 475;
+    const double factor = static_cast<double>(2990 + 1) / bh;
+    for (auto _ : state) {
+        warp::Resize4WithTable(table, f.source.data(), {bw, bh}, kPitch, {0, 0, bw, bh}, f.destination.data(),
+                               kPitch, {kWidth, kHeight}, factor, factor, kInterpolationCubic);
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+BENCHMARK(BM_Resize4CubicStar)->Arg(0)->Arg(1)->Arg(2);
+
 }  // namespace
 }  // namespace halcyra
 

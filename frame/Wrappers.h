@@ -3,8 +3,11 @@
 #pragma once
 
 #include "effects/Camera.h"
+#include "effects/Colorize.h"
 #include "effects/Metallic.h"
+#include "effects/Shear.h"
 #include "effects/Sketch.h"
+#include "effects/Wave.h"
 #include "effects/Zoom.h"
 #include "frame/WrapperTables.h"
 
@@ -30,6 +33,11 @@ public:
     CWrapMetallic() : WrappedEffect(kWrapMetallic) {}
 };
 
+class CWrapShearenergy final : public WrappedEffect<CShearenergy> {
+public:
+    CWrapShearenergy() : WrappedEffect(kWrapShearenergy) {}
+};
+
 class CWrapZoomblur final : public WrappedEffect<CZoomblur> {
 public:
     CWrapZoomblur() : WrappedEffect(kWrapZoomblur) {}
@@ -38,6 +46,21 @@ public:
 class CWrapActivecamera final : public WrappedEffect<CActivecamera> {
 public:
     CWrapActivecamera() : WrappedEffect(kWrapActivecamera) {}
+};
+
+class CWrapColorize final : public WrappedEffect<CColorize> {
+public:
+    CWrapColorize() : WrappedEffect(kWrapColorize) {}
+};
+
+class CWrapEarthquake final : public WrappedEffect<CEarthquake> {
+public:
+    CWrapEarthquake() : WrappedEffect(kWrapEarthquake) {}
+};
+
+class CWrapMotionblur final : public WrappedEffect<CMotionblur> {
+public:
+    CWrapMotionblur() : WrappedEffect(kWrapMotionblur) {}
 };
 
 }  // namespace halcyra

@@ -25,44 +25,14 @@ bool BlendPictures(Picture& first, Picture& second, int32_t a, int32_t b) {
     a = ClampInt(a, 0, 255);
     b = ClampInt(b, 0, 255);
     const KernelSize size = Overlap(first, second);
-    // Both pictures must be usable before the first is scaled in place, so that
-    // a refusal leaves both as they were.
-    if (first.data == nullptr || second.data == nullptr || size.width <= 0 || size.height <= 0) return false;
-    if (first.pitch < int64_t{4} * size.width || second.pitch < int64_t{4} * size.width) return false;
     if (a == b)
         return KernelAddBytes4(first.data, first.pitch, second.data, second.pitch, size, 1) == kStatusOk;
-    const uint8_t factorA[4] = {static_cast<uint8_t>(a), static_cast<uint8_t>(a), static_cast<uint8_t>(a),
-                                static_cast<uint8_t>(a)};
-    const uint8_t factorB[4] = {static_cast<uint8_t>(b), static_cast<uint8_t>(b), static_cast<uint8_t>(b),
-                                static_cast<uint8_t>(b)};
-    if (KernelScaleBytes4(factorA, first.data, first.pitch, size) != kStatusOk) return false;
-    if (KernelScaleBytes4(factorB, second.data, second.pitch, size) != kStatusOk) return false;
-    return KernelAddBytes4(first.data, first.pitch, second.data, second.pitch, size, 0) == kStatusOk;
+    return KernelBlendBytes4(first.data, first.pitch, second.data, second.pitch, size, a, b) == kStatusOk;
 }
 
 bool ScalePictureAlpha(const Picture& source, Picture& destination, int32_t factor) {
-    const KernelSize size = Overlap(source, destination);
-    if (source.data == nullptr || destination.data == nullptr) return false;
-    if (size.width <= 0 || size.height <= 0) return false;
-    if (source.pitch < 4 * static_cast<int64_t>(size.width) ||
-        destination.pitch < 4 * static_cast<int64_t>(size.width))
-        return false;
-    for (int32_t y = 0; y < size.height; ++y) {
-        const uint8_t* in = source.Row(y);
-        uint8_t* out = destination.Row(y);
-        for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
-            // Out-of-range factors wrap as 32-bit products do; nothing reads past the pixel.
-            const int32_t alpha = std::min(255, WrapMul(in[3], factor) >> 8);
-            const uint8_t c0 = static_cast<uint8_t>((in[0] * alpha) >> 8);
-            const uint8_t c1 = static_cast<uint8_t>((in[1] * alpha) >> 8);
-            const uint8_t c2 = static_cast<uint8_t>((in[2] * alpha) >> 8);
-            out[0] = c0;
-            out[1] = c1;
-            out[2] = c2;
-            out[3] = static_cast<uint8_t>(alpha);
-        }
-    }
-    return true;
+    return KernelScaleAlpha4(source.data, source.pitch, destination.data, destination.pitch,
+                             Overlap(source, destination), factor) == kStatusOk;
 }
 
 bool AlphaOverPictures(const Picture& first, const Picture& second, Picture& third, bool premultiplied) {

@@ -23,11 +23,18 @@ int32_t BaseEffect::QueryInterface(const Guid& iid, void** out) {
 
 bool BaseEffect::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                         RenderInfo* info) {
+    return RenderFrame(host, output, info, [&](MemoryAllocator* allocator, double progress) {
+        return RenderScene(host, first, second, output, progress, allocator);
+    });
+}
+
+bool BaseEffect::RenderFrame(IVideoHost* host, ImageDesc* output, RenderInfo* info,
+                             const std::function<bool(MemoryAllocator* allocator, double progress)>& body) {
     MemoryAllocator allocator(host);
     scene.SetAllocator(&allocator);
     MemoryHandle handle(&allocator);
     const double progress = info != nullptr ? info->progress : 0.0;
-    const bool result = RenderScene(host, first, second, output, progress, &allocator);
+    const bool result = body(&allocator, progress);
     scene.SetAllocator(nullptr);
     // Where memory accounting belongs; usage is not kept, so nothing is
     // formatted and the text goes nowhere.

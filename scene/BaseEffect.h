@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "frame/EffectBase.h"
 #include "scene/Scene3D.h"
@@ -43,6 +44,12 @@ public:
     static uint32_t InterpolationFlags(int32_t mode, bool smooth);
 
 protected:
+    // The common frame around a body that draws it: the allocator the scene
+    // uses, the memory note and the licence gate. Render runs RenderScene in
+    // it; a transition with its own Render runs its own body.
+    bool RenderFrame(IVideoHost* host, ImageDesc* output, RenderInfo* info,
+                     const std::function<bool(MemoryAllocator* allocator, double progress)>& body);
+
     // The frame's pictures, with the inputs swapped when Reverse is on. Frames
     // that cannot be drawn on stay empty and draw nothing.
     struct ScenePictures {

@@ -78,6 +78,24 @@ inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* s
     }
 }
 
+inline void BlendBytes4(uint8_t* first, int32_t firstPitch, uint8_t* second, int32_t secondPitch,
+                        int32_t width, int32_t height, int32_t weightA, int32_t weightB) {
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* a = RowAt(first, firstPitch, y);
+        uint8_t* b = RowAt(second, secondPitch, y);
+        for (int32_t x = 0; x < width * 4; ++x) b[x] = BlendBytePixel(a[x], b[x], weightA, weightB, a[x]);
+    }
+}
+
+inline void ScaleAlpha4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                        int32_t destinationPitch, int32_t width, int32_t height, int32_t factor) {
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* in = RowAt(source, sourcePitch, y);
+        uint8_t* out = RowAt(destination, destinationPitch, y);
+        for (int32_t x = 0; x < width; ++x) ScaleAlphaPixel(in + 4 * x, out + 4 * x, factor);
+    }
+}
+
 template <void (*Pixel)(const uint8_t*, uint8_t*)>
 inline void PerPixel(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                      int32_t destinationPitch, int32_t width, int32_t height) {

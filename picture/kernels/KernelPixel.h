@@ -5,6 +5,7 @@
 // linker can never hand a wider-ISA copy to a reference caller.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -27,6 +28,33 @@ inline uint8_t AddBytePixel(uint32_t a, uint32_t b, int32_t shift) {
         return static_cast<uint8_t>(s > 255 ? 255 : s);
     }
     return AverageHalfEven(a, b);
+}
+
+// The weighted sum of two bytes in 255ths: the first scaled by a, the second
+// by b, added with saturation. The scaled first byte is returned too, since the
+// blend leaves it in the first picture.
+inline uint8_t BlendBytePixel(uint32_t first, uint32_t second, uint32_t weightA, uint32_t weightB,
+                              uint8_t& scaledFirst) {
+    const uint32_t a = Div255(first * weightA);
+    const uint32_t s = a + Div255(second * weightB);
+    scaledFirst = static_cast<uint8_t>(a);
+    return static_cast<uint8_t>(s > 255 ? 255 : s);
+}
+
+// New alpha min(255, (alpha * factor) >> 8), then colour (c * new alpha) >> 8.
+// Any factor is allowed: the product wraps in 32 bits and shifts arithmetically,
+// so a negative alpha can arise, and every result keeps only its low byte. The
+// colour products cannot overflow, as the new alpha is at least -2^23. Reads
+// the whole pixel before writing, so the output may be the input.
+inline void ScaleAlphaPixel(const uint8_t* in, uint8_t* out, int32_t factor) {
+    const int32_t alpha = std::min(255, WrapMul(in[3], factor) >> 8);
+    const uint8_t c0 = static_cast<uint8_t>((in[0] * alpha) >> 8);
+    const uint8_t c1 = static_cast<uint8_t>((in[1] * alpha) >> 8);
+    const uint8_t c2 = static_cast<uint8_t>((in[2] * alpha) >> 8);
+    out[0] = c0;
+    out[1] = c1;
+    out[2] = c2;
+    out[3] = static_cast<uint8_t>(alpha);
 }
 
 // (a * wa + b * wb) >> 8; saturation only matters when wa + wb > 255, since

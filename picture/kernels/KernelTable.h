@@ -81,6 +81,12 @@ struct KernelTable {
     void (*mixBytes4)(const uint8_t* first, int32_t firstPitch, const uint8_t* second, int32_t secondPitch,
                       uint8_t* third, int32_t thirdPitch, int32_t width, int32_t height, int32_t weightA,
                       int32_t weightB);
+    // first = d(first * a) and second = min(255, that + d(second * b)) per
+    // byte, both in place, in one pass; the pictures must not overlap.
+    void (*blendBytes4)(uint8_t* first, int32_t firstPitch, uint8_t* second, int32_t secondPitch,
+                        int32_t width, int32_t height, int32_t weightA, int32_t weightB);
+    void (*scaleAlpha4)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                        int32_t destinationPitch, int32_t width, int32_t height, int32_t factor);
     void (*dilate)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
                    int32_t width, int32_t height, DilateState& state);
 };

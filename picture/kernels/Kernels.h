@@ -33,6 +33,19 @@ int32_t KernelCopyChannelIn(const uint8_t* source, int32_t sourcePitch, uint8_t*
 // Each byte becomes d(byte * factor) with the factor of its channel.
 int32_t KernelScaleBytes4(const uint8_t* factors, uint8_t* picture, int32_t pitch, KernelSize size);
 
+// Both pictures in place: first = d(first * a), then second = min(255, first +
+// d(second * b)) per byte, for weights 0..255 (others are refused). Pictures
+// that share memory get the three steps one after the other, as ScaleBytes4
+// and AddBytes4 would give them.
+int32_t KernelBlendBytes4(uint8_t* first, int32_t firstPitch, uint8_t* second, int32_t secondPitch,
+                          KernelSize size, int32_t weightA, int32_t weightB);
+
+// Per pixel: alpha' = min(255, (alpha * factor) >> 8) with the product wrapped
+// to 32 bits, then each colour (c * alpha') >> 8; the low bytes are stored.
+// Every factor is valid. The destination may be the source itself.
+int32_t KernelScaleAlpha4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                          int32_t destinationPitch, KernelSize size, int32_t factor);
+
 // destination = source + destination per byte, in place: saturated for shift 0,
 // the mean with halves to even for shift 1. Other shifts are refused.
 int32_t KernelAddBytes4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,

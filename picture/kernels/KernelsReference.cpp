@@ -18,6 +18,8 @@ constinit const KernelTable kTable{
     loops::Filter<true>,
     loops::Mean,
     loops::MixBytes4,
+    loops::BlendBytes4,
+    loops::ScaleAlpha4,
     loops::Dilate,
 };
 

@@ -136,6 +136,85 @@ inline void MixBytes4(const uint8_t* first, int32_t firstPitch, const uint8_t* s
     }
 }
 
+// The three passes of an unequal blend in one: each first byte is scaled and
+// stored back, then added to the scaled second byte, so each picture is read
+// and written once instead of the first twice and the second three times.
+inline void BlendBytes4(uint8_t* first, int32_t firstPitch, uint8_t* second, int32_t secondPitch,
+                        int32_t width, int32_t height, int32_t weightA, int32_t weightB) {
+    const __m256i fa = _mm256_set1_epi8(static_cast<char>(weightA));
+    const __m256i fb = _mm256_set1_epi8(static_cast<char>(weightB));
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* a = RowAt(first, firstPitch, y);
+        uint8_t* b = RowAt(second, secondPitch, y);
+        int32_t x = 0;
+        for (; x + 32 <= width * 4; x += 32) {
+            const __m256i scaled = MulDiv255Bytes(Load(a + x), fa);
+            Store(a + x, scaled);
+            Store(b + x, _mm256_adds_epu8(scaled, MulDiv255Bytes(Load(b + x), fb)));
+        }
+        for (; x < width * 4; ++x) b[x] = BlendBytePixel(a[x], b[x], weightA, weightB, a[x]);
+    }
+}
+
+// Factors 0..256 keep every product of ScaleAlphaPixel within 16 bits and the
+// new alpha within 0..255, so the common case runs on 16-bit lanes.
+inline bool ScaleAlphaFitsWords(int32_t factor) {
+    return factor >= 0 && factor <= 256;
+}
+
+// The rest of a row of ScaleAlpha4 from pixel x on. Other factors take the
+// 32-bit lanes: wrapped products, arithmetic shifts and signed minimum, as the
+// pixel function, and the low byte of each lane.
+inline void ScaleAlpha4Row(const uint8_t* in, uint8_t* out, int32_t x, int32_t width, int32_t factor) {
+    if (ScaleAlphaFitsWords(factor)) {
+        const __m256i f = _mm256_set1_epi16(static_cast<int16_t>(factor));
+        const __m256i top = _mm256_set1_epi16(255);
+        const __m256i zero = _mm256_setzero_si256();
+        // Words of two pixels per 128-bit lane; the alpha word goes to all four.
+        auto half = [&](__m256i v) {
+            const __m256i alpha = _mm256_min_epu16(_mm256_srli_epi16(_mm256_mullo_epi16(v, f), 8), top);
+            const __m256i spread = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(alpha, 0xFF), 0xFF);
+            const __m256i colour = _mm256_srli_epi16(_mm256_mullo_epi16(v, spread), 8);
+            return _mm256_blend_epi16(colour, spread, 0x88);
+        };
+        for (; x + 8 <= width; x += 8) {
+            const __m256i v = Load(in + 4 * x);
+            Store(out + 4 * x,
+                  _mm256_packus_epi16(half(_mm256_unpacklo_epi8(v, zero)), half(_mm256_unpackhi_epi8(v, zero))));
+        }
+    } else {
+        const __m256i f = _mm256_set1_epi32(factor);
+        const __m256i top = _mm256_set1_epi32(255);
+        const __m256i lowByte = _mm256_set1_epi32(0xFF);
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        // Two pixels, one per 128-bit lane, as 32-bit lanes.
+        auto pair = [&](const uint8_t* p) {
+            const __m256i v = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+            const __m256i alpha = _mm256_min_epi32(_mm256_srai_epi32(_mm256_mullo_epi32(v, f), 8), top);
+            const __m256i spread = _mm256_shuffle_epi32(alpha, 0xFF);
+            const __m256i colour = _mm256_srai_epi32(_mm256_mullo_epi32(v, spread), 8);
+            return _mm256_and_si256(_mm256_blend_epi32(colour, spread, 0x88), lowByte);
+        };
+        for (; x + 8 <= width; x += 8) {
+            const uint8_t* p = in + 4 * x;
+            const __m256i p01 = pair(p), p23 = pair(p + 8), p45 = pair(p + 16), p67 = pair(p + 24);
+            // The packs leave pixels 0 2 4 6 in the low lane and 1 3 5 7 in the high one.
+            const __m256i bytes =
+                _mm256_packus_epi16(_mm256_packus_epi32(p01, p23), _mm256_packus_epi32(p45, p67));
+            Store(out + 4 * x, _mm256_permutevar8x32_epi32(bytes, order));
+        }
+    }
+    for (; x < width; ++x) ScaleAlphaPixel(in + 4 * x, out + 4 * x, factor);
+}
+
+// Every vector reads its pixels before it stores them, so in place is safe.
+inline void ScaleAlpha4(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
+                        int32_t destinationPitch, int32_t width, int32_t height, int32_t factor) {
+    for (int32_t y = 0; y < height; ++y)
+        ScaleAlpha4Row(RowAt(source, sourcePitch, y), RowAt(destination, destinationPitch, y), 0, width,
+                       factor);
+}
+
 // Rule R on eight float lanes. Between 0.5 and 255 rule R is rounding to the
 // nearest with halves to even, which the explicit rounding instruction does
 // whatever the rounding mode; above and below (and NaN) the masks decide.

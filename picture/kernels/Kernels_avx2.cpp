@@ -19,6 +19,8 @@ constinit const KernelTable kTable{
     simd256::FilterRows,
     loops::MeanSeparable,
     simd256::MixBytes4,
+    simd256::BlendBytes4,
+    simd256::ScaleAlpha4,
     loops::DilateRuns,
 };
 

@@ -43,8 +43,13 @@ bool IsWrapper(int32_t index) { return index >= 23 && index <= 32; }
 bool Is3D(int32_t index) { return (index >= 7 && index <= 19) || index == 33; }
 bool KeepsState(int32_t index) { return index == 28; }  // the earthquake's walk goes on between frames
 // Rows whose own steps write the whole output: the 3D backgrounds, and the
-// zooms and the active camera, which clear their scratch (the output) whole.
-bool DrawsWholeOutput(int32_t index) { return Is3D(index) || index == 6 || index == 31 || index == 32; }
+// zooms, the active camera and the shear filter, which clear their scratch
+// (the output) whole.
+bool DrawsWholeOutput(int32_t index) {
+    return Is3D(index) || index == 6 || index == 30 || index == 31 || index == 32;
+}
+// Spin and Star give hosts zero-length parameter names.
+bool HasEmptyNames(int32_t index) { return index == 4 || index == 36; }
 
 class Library {
 public:
@@ -265,7 +270,7 @@ TEST_P(EveryEffect, NamesCountsAndParameterRecords) {
             break;
         }
         SCOPED_TRACE(info.name);
-        EXPECT_GT(std::strlen(info.name), 0u);
+        if (!HasEmptyNames(index)) EXPECT_GT(std::strlen(info.name), 0u);
         EXPECT_LT(std::strlen(info.name), 40u);
         EXPECT_GE(info.type, 0);
         EXPECT_LE(info.type, 4);

@@ -68,6 +68,45 @@ TEST(KernelBytes, AddScaleAndComposite) {
               kStatusBadArgument);
 }
 
+// A blend of a picture with itself, or with rows of itself, must give what the
+// three separate steps give, not what the fused pass would.
+TEST(KernelBytes, BlendOfSharedMemoryRunsTheSteps) {
+    const auto start = Pixels({200, 100, 40, 255, 10, 20, 30, 40, 90, 180, 250, 7});
+    for (int32_t offset : {0, 4}) {
+        auto fused = start, steps = start;
+        ASSERT_EQ(KernelBlendBytes4(fused.data(), 4, fused.data() + offset, 4, {2, 1}, 200, 90), kStatusOk);
+        const uint8_t fa[4] = {200, 200, 200, 200}, fb[4] = {90, 90, 90, 90};
+        KernelScaleBytes4(fa, steps.data(), 4, {2, 1});
+        KernelScaleBytes4(fb, steps.data() + offset, 4, {2, 1});
+        KernelAddBytes4(steps.data(), 4, steps.data() + offset, 4, {2, 1}, 0);
+        EXPECT_EQ(fused, steps) << offset;
+    }
+    auto first = start, second = start;
+    ASSERT_EQ(KernelBlendBytes4(first.data(), 12, second.data(), 12, {3, 1}, 255, 255), kStatusOk);
+    EXPECT_EQ(first, start);
+    EXPECT_EQ(second, Pixels({255, 200, 80, 255, 20, 40, 60, 80, 180, 255, 255, 14}));
+    EXPECT_EQ(KernelBlendBytes4(first.data(), 12, second.data(), 12, {3, 1}, 256, 0), kStatusBadArgument);
+    EXPECT_EQ(KernelBlendBytes4(first.data(), 11, second.data(), 12, {3, 1}, 1, 0), kStatusBadPitch);
+}
+
+// The wrapped product and the negative alpha it can give keep their low bytes.
+TEST(KernelBytes, ScaleAlphaWrapsOutOfRangeFactors) {
+    const auto pixel = Pixels({255, 128, 1, 255});
+    std::vector<uint8_t> out(4);
+    ASSERT_EQ(KernelScaleAlpha4(pixel.data(), 4, out.data(), 4, {1, 1}, 127), kStatusOk);
+    EXPECT_EQ(out, Pixels({125, 63, 0, 126}));
+    ASSERT_EQ(KernelScaleAlpha4(pixel.data(), 4, out.data(), 4, {1, 1}, 1000), kStatusOk);
+    EXPECT_EQ(out, Pixels({254, 127, 0, 255}));
+    // alpha' = (255 * -2) >> 8 = -2: colours (-510 >> 8) = -2, (-256 >> 8) = -1, (-2 >> 8) = -1.
+    ASSERT_EQ(KernelScaleAlpha4(pixel.data(), 4, out.data(), 4, {1, 1}, -2), kStatusOk);
+    EXPECT_EQ(out, Pixels({254, 255, 255, 254}));
+    // 255 * 0x01010101 wraps to 0xFFFFFFFF: alpha' = -1.
+    ASSERT_EQ(KernelScaleAlpha4(pixel.data(), 4, out.data(), 4, {1, 1}, 0x01010101), kStatusOk);
+    EXPECT_EQ(out, Pixels({255, 255, 255, 255}));
+    EXPECT_EQ(KernelScaleAlpha4(pixel.data(), 4, nullptr, 4, {1, 1}, 1), kStatusNullPointer);
+    EXPECT_EQ(KernelScaleAlpha4(pixel.data(), 4, out.data(), 4, {0, 1}, 1), kStatusBadSize);
+}
+
 TEST(KernelChecks, OrderOfStatuses) {
     uint8_t buffer[64] = {};
     const int32_t kernel[3] = {1, 2, 1};

@@ -111,6 +111,46 @@ TEST(KernelDifferential, ByteArithmetic) {
     });
 }
 
+// Factors mostly in the shading range, the rest where the 16-bit path ends and
+// anywhere in int32, where products wrap and the new alpha goes negative.
+int32_t AlphaFactor(Random& r) {
+    static constexpr int32_t kHostile[] = {-1,        257,        258,       65535,    65536,   1 << 23,
+                                           -(1 << 23), INT32_MAX, INT32_MIN, 0x1010101, -257,    16843009};
+    switch (r.Int(0, 3)) {
+        case 0:
+        case 1:
+            return r.Int(0, 256);
+        case 2:
+            return kHostile[r.Int(0, static_cast<int32_t>(std::size(kHostile)) - 1)] + r.Int(-2, 2);
+        default:
+            return static_cast<int32_t>(static_cast<uint32_t>(r.engine()));
+    }
+}
+
+TEST(KernelDifferential, ScaleAlphaAndBlend) {
+    ForEachSeed(0xA00000000ull, 4000, [](Random& r, Comparison& compare) {
+        const int32_t w = r.Width(), h = r.Int(1, 7);
+        TestPicture source(r, w, h, 4), destination(r, w, h, 4), pair(r, w, 2 * h, 4);
+        const int32_t factor = AlphaFactor(r);
+        compare(destination, [&](const KernelTable& t, uint8_t* d) {
+            t.scaleAlpha4(source.Origin(), source.pitch, d, destination.pitch, w, h, factor);
+        });
+        compare(destination, [&](const KernelTable& t, uint8_t* d) {
+            t.scaleAlpha4(d, destination.pitch, d, destination.pitch, w, h, factor);
+        });
+        // Both pictures of a blend change, so they share one buffer: the halves
+        // or the even and odd rows.
+        const int32_t wa = r.Int(0, 255), wb = r.Chance(20) ? 255 - wa : r.Int(0, 255);
+        const bool interleaved = r.Chance(50);
+        compare(pair, [&](const KernelTable& t, uint8_t* d) {
+            if (interleaved)
+                t.blendBytes4(d, 2 * pair.pitch, d + pair.pitch, 2 * pair.pitch, w, h, wa, wb);
+            else
+                t.blendBytes4(d, pair.pitch, d + static_cast<size_t>(pair.pitch) * h, pair.pitch, w, h, wa, wb);
+        });
+    });
+}
+
 TEST(KernelDifferential, HsvRandom) {
     ForEachSeed(0x300000000ull, 3000, [](Random& r, Comparison& compare) {
         const int32_t w = r.Width(), h = r.Int(1, 5);

@@ -13,6 +13,7 @@
 #include "frame/ActivationManager.h"
 #include "picture/MemoryAllocator.h"
 #include "picture/PictureGeometry.h"
+#include "picture/kernels/Kernels.h"
 #include "picture/kernels/Numerics.h"
 #include "picture/kernels/Resize.h"
 #include "picture/kernels/Warp.h"
@@ -195,20 +196,32 @@ void RenderOverlay(const OverlayStyle& style, IVideoHost* host, ImageDesc* first
             style.sideways ? KernelSize{extent, height} : KernelSize{width, extent};
         bool ready = extent >= 1 && overlay.Allocate(overlaySize.width + (style.sideways ? 1 : 0),
                                                      overlaySize.height, 4, &allocator);
-        // A row of the resized overlay depends only on its own index, so the
-        // rows past the last one the band reads are left out of the resize:
-        // the star's overlay is much taller than the frame.
+        // A row of the resized overlay depends only on its own index, so only
+        // the rows the band reads are resized: those before the first one
+        // (the -lead rows skipped on entering the band) and past the last one
+        // are left out. The star's overlay is much taller than the frame.
         KernelSize resized = overlaySize;
+        int32_t firstRow = 0;
         if (!style.sideways) {
             const int64_t rows = std::min<int64_t>(trail, height) - lead - (lead >= 0 ? 1 : 0);
             resized.height = static_cast<int32_t>(std::clamp<int64_t>(rows, 0, extent));
+            firstRow = static_cast<int32_t>(std::clamp<int64_t>(-static_cast<int64_t>(lead), 0, resized.height));
         }
         if (ready) {
-            PictureOps::FillPicture(overlay, 0);
+            // The sign reads all of O, its extra column included. Down the
+            // frame only the rows the band reads are looked at, so only they
+            // need the clear.
+            if (style.sideways) {
+                PictureOps::FillPicture(overlay, 0);
+            } else if (resized.height > firstRow) {
+                const uint8_t zero[4] = {};
+                KernelSet4(zero, overlay.Row(firstRow), overlay.pitch,
+                           {overlay.width, resized.height - firstRow});
+            }
             if (resized.height > 0)
-                KernelResize4(bitmap.data, {bitmap.width, bitmap.height}, bitmap.pitch,
-                              {0, 0, bitmap.width, bitmap.height}, overlay.data, overlay.pitch, resized,
-                              xFactor, yFactor, style.interpolation);
+                KernelResize4FromRow(bitmap.data, {bitmap.width, bitmap.height}, bitmap.pitch,
+                                     {0, 0, bitmap.width, bitmap.height}, overlay.data, overlay.pitch, resized,
+                                     xFactor, yFactor, style.interpolation, firstRow);
         }
         if (ready && style.kind == OverlayKind::Ribbon) {
             // Twice as high as O, and only its first O-high rows are written

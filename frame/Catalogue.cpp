@@ -11,16 +11,16 @@
 #include "effects/Zoom.h"
 #include "frame/Wrappers.h"
 #include "transitions/BouncingCubes.h"
-#include "transitions/BoxFold.h"
 #include "transitions/BoxExplode.h"
+#include "transitions/BoxFold.h"
 #include "transitions/CheckerBoard.h"
-#include "transitions/Rings.h"
-#include "transitions/Wave3D.h"
-#include "transitions/Wiggle.h"
 #include "transitions/Confetti.h"
 #include "transitions/PlaneExplode.h"
+#include "transitions/Rings.h"
 #include "transitions/Spirals.h"
 #include "transitions/Twist.h"
+#include "transitions/Wave3D.h"
+#include "transitions/Wiggle.h"
 
 namespace halcyra {
 namespace {
@@ -29,8 +29,6 @@ template <class Effect>
 IVideoEffect* Make() {
     return new Effect();
 }
-
-constexpr IVideoEffect* (*kNotBuilt)() = nullptr;
 
 constexpr CatalogueRow kRows[kCatalogueSize] = {
     {"CRoll", "Corvane Roll", 2, Make<CRoll>},
@@ -57,12 +55,12 @@ constexpr CatalogueRow kRows[kCatalogueSize] = {
     {"CHalo", "Corvane Halo", 2, Make<CHalo>},
     {"CMetallic", "Corvane Metallic", 2, Make<CMetallic>},
     {"CWrapAirbrush", "Airbrush HY", 1, Make<CWrapAirbrush>},
-    {"CWrapColorize", "Colorize HY", 1, kNotBuilt},
+    {"CWrapColorize", "Colorize HY", 1, Make<CWrapColorize>},
     {"CWrapLinedrawing", "Linedrawing HY", 1, Make<CWrapLinedrawing>},
     {"CWrapMetallic", "Metallic HY", 1, Make<CWrapMetallic>},
     {"CWrapPastelsketch", "Pastelsketch HY", 1, Make<CWrapPastelsketch>},
     {"CWrapEarthquake", "Earthquake HY", 1, Make<CWrapEarthquake>},
-    {"CWrapMotionblur", "Motionblur HY", 1, kNotBuilt},
+    {"CWrapMotionblur", "Motionblur HY", 1, Make<CWrapMotionblur>},
     {"CWrapShearenergy", "Shearenergy HY", 1, Make<CWrapShearenergy>},
     {"CWrapZoomblur", "Zoomblur HY", 1, Make<CWrapZoomblur>},
     {"CWrapActivecamera", "Activecamera HY", 1, Make<CWrapActivecamera>},

@@ -179,8 +179,8 @@ inline void ScaleAlpha4Row(const uint8_t* in, uint8_t* out, int32_t x, int32_t w
         };
         for (; x + 8 <= width; x += 8) {
             const __m256i v = Load(in + 4 * x);
-            Store(out + 4 * x,
-                  _mm256_packus_epi16(half(_mm256_unpacklo_epi8(v, zero)), half(_mm256_unpackhi_epi8(v, zero))));
+            Store(out + 4 * x, _mm256_packus_epi16(half(_mm256_unpacklo_epi8(v, zero)),
+                                                   half(_mm256_unpackhi_epi8(v, zero))));
         }
     } else {
         const __m256i f = _mm256_set1_epi32(factor);

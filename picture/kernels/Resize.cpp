@@ -1,10 +1,13 @@
 // The resize routines: argument checks, the produced-size rule, the source
 // positions of each output column and row, and the sampling by the shared
-// per-pixel rules. Bilinear 4-byte rows run through the per-class table.
+// per-pixel rules. Bilinear 4-byte rows run through the per-class table, and
+// so do the two passes of a 4-byte cubic resize, which shares each source
+// row's horizontal pass among the output rows that read it.
 #include "picture/kernels/Resize.h"
 
 #include <algorithm>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "picture/kernels/Warp.h"
 #include "picture/kernels/WarpRows.h"
@@ -36,10 +39,80 @@ int32_t NearestIndex(int32_t i, int32_t length, double factor) {
     return ClampIndex(TruncToInt32((static_cast<double>(i) + 0.5) / factor + 0.0000001), length);
 }
 
+template <typename T>
+std::unique_ptr<T[]> Scratch(int64_t count) {
+    return std::unique_ptr<T[]>(new (std::nothrow) T[static_cast<size_t>(count)]);
+}
+
+// Rule C over output rows firstRow..height - 1 of a 4-byte resize, through the
+// class's passes, with their scalar rests done here. Returns false, having
+// written nothing, when the scratch rows cannot be had.
+bool ResizeCubic4(const WarpTable& table, const SourceView& view, const double* xs, int32_t width,
+                  int32_t firstRow, int32_t height, double yFactor, uint8_t* destination,
+                  int32_t destinationPitch) {
+    const int64_t count = static_cast<int64_t>(width) * 4;
+    auto taps = Scratch<int32_t>(count);
+    auto weights = Scratch<float>(count * 3);
+    // Source row r's horizontal pass lives in slot r & 3: an output row's four
+    // source rows are consecutive, or repeat at the rim, so they never share
+    // a slot, and rows go down the source as the output rows do.
+    auto slots = Scratch<float>(count * 4);
+    if (!taps || !weights || !slots) return false;
+    const CubicColumns columns{{&taps[0], &taps[width], &taps[2 * width], &taps[3 * width]},
+                               &weights[0],
+                               &weights[count],
+                               &weights[2 * count]};
+    float* const rise = &weights[0];
+    float* const a = &weights[count];
+    float* const bend = &weights[2 * count];
+    for (int32_t x = 0; x < width; ++x) {
+        const CubicPlace place = CubicPlaceOf(xs[x]);
+        const CubicWeights w = CubicWeightsOf(place.t);
+        for (int32_t k = 0; k < 4; ++k)
+            taps[k * width + x] = ClampIndex(static_cast<int64_t>(place.index) - 1 + k, view.width);
+        for (int32_t c = 0; c < 4; ++c) {
+            rise[4 * x + c] = w.rise;
+            a[4 * x + c] = w.a;
+            bend[4 * x + c] = w.bend;
+        }
+    }
+    auto across = [&](int32_t sourceRow, float* out) {
+        const uint8_t* row = view.data + static_cast<intptr_t>(view.pitch) * sourceRow;
+        for (int32_t x = table.cubicAcross4(row, columns, width, out); x < width; ++x) {
+            for (int32_t c = 0; c < 4; ++c) {
+                const int32_t i = 4 * x + c;
+                out[i] = CubicValue(row[4 * columns.taps[0][x] + c], row[4 * columns.taps[1][x] + c],
+                                    row[4 * columns.taps[2][x] + c], row[4 * columns.taps[3][x] + c],
+                                    {rise[i], a[i], bend[i]});
+            }
+        }
+    };
+    int32_t held[4] = {-1, -1, -1, -1};
+    for (int32_t y = firstRow; y < height; ++y) {
+        const CubicPlace place = CubicPlaceOf(SpreadPosition(y, view.height, yFactor));
+        const CubicWeights w = CubicWeightsOf(place.t);
+        const float* rows[4];
+        for (int32_t k = 0; k < 4; ++k) {
+            const int32_t sourceRow = ClampIndex(static_cast<int64_t>(place.index) - 1 + k, view.height);
+            float* slot = &slots[(sourceRow & 3) * count];
+            if (held[sourceRow & 3] != sourceRow) {
+                across(sourceRow, slot);
+                held[sourceRow & 3] = sourceRow;
+            }
+            rows[k] = slot;
+        }
+        uint8_t* out = destination + static_cast<intptr_t>(destinationPitch) * y;
+        for (int32_t i = table.cubicDown(rows, w, static_cast<int32_t>(count), out); i < count; ++i)
+            out[i] = CubicByte(CubicValue(rows[0][i], rows[1][i], rows[2][i], rows[3][i], w));
+    }
+    return true;
+}
+
 template <int32_t kChannels>
 int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
-               KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
+               KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation,
+               int32_t firstRow) {
     if (source == nullptr || destination == nullptr) return kStatusNullPointer;
     if (sourceSize.width <= 0 || sourceSize.height <= 0 || sourceRect.width <= 0 || sourceRect.height <= 0 ||
         destinationSize.width <= 0 || destinationSize.height <= 0)
@@ -68,6 +141,7 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
         return kStatusResizeTooSmall;
     if (code == kInterpolationCubic && (sw < 4 || sh < 4)) code = kInterpolationBilinear;
     if (sw < 2 || sh < 2) code = kInterpolationNearest;
+    firstRow = std::clamp(firstRow, 0, height);
 
     const SourceView view{
         source + static_cast<intptr_t>(sourcePitch) * y0 + static_cast<intptr_t>(x0) * kChannels, sw, sh,
@@ -75,9 +149,10 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
     auto rowOf = [&](int32_t y) { return destination + static_cast<intptr_t>(destinationPitch) * y; };
 
     if (code == kInterpolationNearest) {
-        std::vector<int32_t> columns(width);
+        auto columns = Scratch<int32_t>(width);
+        if (!columns) return kStatusNoMemory;
         for (int32_t x = 0; x < width; ++x) columns[x] = NearestIndex(x, sw, xFactor);
-        for (int32_t y = 0; y < height; ++y) {
+        for (int32_t y = firstRow; y < height; ++y) {
             const uint8_t* in = view.data + static_cast<intptr_t>(sourcePitch) * NearestIndex(y, sh, yFactor);
             uint8_t* out = rowOf(y);
             for (int32_t x = 0; x < width; ++x)
@@ -86,13 +161,20 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
         }
         return kStatusOk;
     }
-    std::vector<double> xs(width);
+    auto xs = Scratch<double>(width);
+    if (!xs) return kStatusNoMemory;
     for (int32_t x = 0; x < width; ++x) xs[x] = SpreadPosition(x, sw, xFactor);
-    for (int32_t y = 0; y < height; ++y) {
+    if (code == kInterpolationCubic && kChannels == 4 && table != nullptr && table->cubicAcross4 != nullptr) {
+        if (!ResizeCubic4(*table, view, xs.get(), width, firstRow, height, yFactor, destination,
+                          destinationPitch))
+            return kStatusNoMemory;
+        return kStatusOk;
+    }
+    for (int32_t y = firstRow; y < height; ++y) {
         const double sy = SpreadPosition(y, sh, yFactor);
         uint8_t* out = rowOf(y);
         if (code == kInterpolationBilinear && kChannels == 4 && table != nullptr) {
-            table->resizeBilinear4(view, xs.data(), sy, width, out);
+            table->resizeBilinear4(view, xs.get(), sy, width, out);
         } else if (code == kInterpolationBilinear) {
             for (int32_t x = 0; x < width; ++x) {
                 if constexpr (kChannels == 4) {
@@ -113,9 +195,9 @@ int32_t Resize(const WarpTable* table, const uint8_t* source, KernelSize sourceS
 int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
                          int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                          int32_t destinationPitch, KernelSize destinationSize, double xFactor, double yFactor,
-                         uint32_t interpolation) {
+                         uint32_t interpolation, int32_t firstRow) {
     return Resize<4>(&table, source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
-                     destinationSize, xFactor, yFactor, interpolation);
+                     destinationSize, xFactor, yFactor, interpolation, firstRow);
 }
 
 }  // namespace warp
@@ -123,16 +205,24 @@ int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSi
 int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                       KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
                       KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
+    return KernelResize4FromRow(source, sourceSize, sourcePitch, sourceRect, destination, destinationPitch,
+                                destinationSize, xFactor, yFactor, interpolation, 0);
+}
+
+int32_t KernelResize4FromRow(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                             KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                             KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation,
+                             int32_t firstRow) {
     return warp::Resize4WithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize, sourcePitch,
                                   sourceRect, destination, destinationPitch, destinationSize, xFactor,
-                                  yFactor, interpolation);
+                                  yFactor, interpolation, firstRow);
 }
 
 int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                       KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
                       KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation) {
     return warp::Resize<1>(nullptr, source, sourceSize, sourcePitch, sourceRect, destination,
-                           destinationPitch, destinationSize, xFactor, yFactor, interpolation);
+                           destinationPitch, destinationSize, xFactor, yFactor, interpolation, 0);
 }
 
 }  // namespace halcyra

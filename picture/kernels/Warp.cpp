@@ -229,6 +229,8 @@ const WarpTable kWarpTable = {
     AffineSpansByRows<AffineRowGeneric<SampleBilinear4>>,
     ProjectiveRowGeneric<SampleBilinear4>,
     ResizeRowBilinear4Reference,
+    nullptr,
+    nullptr,
 };
 }  // namespace reference
 

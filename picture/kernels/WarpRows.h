@@ -86,40 +86,81 @@ inline void SampleNearest(const SourceView& s, double sx, double sy, uint8_t* ou
     for (int32_t c = 0; c < kChannels; ++c) out[c] = p[c];
 }
 
-// The cubic through f0..f3 at -1, 0, 1, 2 in forward-difference form, at t.
-inline float CubicValue(float f0, float f1, float f2, float f3, float t) {
+// The part of rule C's cubic that depends on t alone, so that a resize works
+// it out once per column and once per row: t + 1, a = t (t + 1) / 2 and
+// (t - 1) a / 3, each as the formula computes it.
+struct CubicWeights {
+    float rise;
+    float a;
+    float bend;
+};
+inline CubicWeights CubicWeightsOf(float t) {
+    const float a = t * (t + 1.0f) / 2.0f;
+    return {t + 1.0f, a, (t - 1.0f) * a / 3.0f};
+}
+
+// The cubic through f0..f3 at -1, 0, 1, 2 in forward-difference form, at the
+// t of the weights. Byte samples give exact differences, so a variant may
+// form d1..d3 in integers.
+inline float CubicValue(float f0, float f1, float f2, float f3, const CubicWeights& w) {
     const float d1 = f1 - f0;
     const float d2 = (f2 - f1) - d1;
     const float d3 = ((f1 - f2) - f2 + f3) - d2;
-    const float a = t * (t + 1.0f) / 2.0f;
-    return f0 + (t + 1.0f) * d1 + a * d2 + ((t - 1.0f) * a / 3.0f) * d3;
+    return f0 + w.rise * d1 + w.a * d2 + w.bend * d3;
+}
+
+// The vertical end of rule C: the value + 0.5000001, truncated, into a byte.
+inline uint8_t CubicByte(float value) {
+    return ClampToByte(TruncToInt32(value + 0.5000001f));
+}
+
+// Rule C's whole part of a position, and t, the float offset from it.
+struct CubicPlace {
+    int32_t index;
+    float t;
+};
+inline CubicPlace CubicPlaceOf(double position) {
+    const int32_t index = TruncToInt32(position + 0.0000001);
+    return {index, static_cast<float>(position - static_cast<double>(index))};
 }
 
 // Rule C: rows first, then down the columns, in floats; taps past the rim
 // read the nearest pixel.
 template <int32_t kChannels>
 inline void SampleCubic(const SourceView& s, double sx, double sy, uint8_t* out) {
-    const int32_t ix = TruncToInt32(sx + 0.0000001);
-    const int32_t iy = TruncToInt32(sy + 0.0000001);
-    const float tx = static_cast<float>(sx - static_cast<double>(ix));
-    const float ty = static_cast<float>(sy - static_cast<double>(iy));
+    const CubicPlace px = CubicPlaceOf(sx);
+    const CubicPlace py = CubicPlaceOf(sy);
+    const CubicWeights wx = CubicWeightsOf(px.t);
+    const CubicWeights wy = CubicWeightsOf(py.t);
     int32_t columns[4];
     int32_t rows[4];
     for (int32_t k = 0; k < 4; ++k) {
-        columns[k] = ClampIndex(static_cast<int64_t>(ix) - 1 + k, s.width);
-        rows[k] = ClampIndex(static_cast<int64_t>(iy) - 1 + k, s.height);
+        columns[k] = ClampIndex(static_cast<int64_t>(px.index) - 1 + k, s.width);
+        rows[k] = ClampIndex(static_cast<int64_t>(py.index) - 1 + k, s.height);
     }
     for (int32_t c = 0; c < kChannels; ++c) {
         float across[4];
         for (int32_t r = 0; r < 4; ++r) {
             const uint8_t* row = s.data + static_cast<intptr_t>(s.pitch) * rows[r] + c;
             across[r] = CubicValue(row[columns[0] * kChannels], row[columns[1] * kChannels],
-                                   row[columns[2] * kChannels], row[columns[3] * kChannels], tx);
+                                   row[columns[2] * kChannels], row[columns[3] * kChannels], wx);
         }
-        const float v = CubicValue(across[0], across[1], across[2], across[3], ty) + 0.5000001f;
-        out[c] = ClampToByte(TruncToInt32(v));
+        out[c] = CubicByte(CubicValue(across[0], across[1], across[2], across[3], wy));
     }
 }
+
+// Rule C for a whole 4-byte resize, split in its passes. A horizontal pass
+// turns one source row into floats, four per output column; output rows that
+// share a source row share its pass, and the vertical pass mixes four such
+// rows per output row. The columns' part is worked out once per call: for
+// output column x the four source columns taps[k][x] and, for each of its four
+// floats (index 4x + c), the weights rise, a and bend of its t.
+struct CubicColumns {
+    const int32_t* taps[4];
+    const float* rise;
+    const float* a;
+    const float* bend;
+};
 
 // The affine inverse and the start of a span row: sx, sy at column xFirst.
 struct AffineInverse {
@@ -174,10 +215,21 @@ void AffineSpansByRows(const SourceView& source, const AffineInverse& inverse, c
     }
 }
 
+// The horizontal pass of a source row for output columns 0..count - 1, into
+// out[4x + c]; the vertical pass of `count` floats of the four rows into bytes.
+// Both may stop early, at a column or float they return, and leave the rest to
+// the caller's scalar loop.
+using CubicAcrossFn = int32_t (*)(const uint8_t* row, const CubicColumns& columns, int32_t count, float* out);
+using CubicDownFn = int32_t (*)(const float* const* rows, const CubicWeights& weights, int32_t count,
+                                uint8_t* out);
+
 struct WarpTable {
     AffineSpansFn affineBilinear;
     ProjectiveRowFn projectiveBilinear;
     ResizeRowFn resizeBilinear4;
+    // Null in the reference, which samples rule C pixel by pixel.
+    CubicAcrossFn cubicAcross4;
+    CubicDownFn cubicDown;
 };
 
 // The table of a class; classes without their own routines get the nearest
@@ -210,6 +262,6 @@ int32_t WarpPerspectiveIntoQuadWithTable(const WarpTable& table, const uint8_t* 
 int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
                          int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                          int32_t destinationPitch, KernelSize destinationSize, double xFactor, double yFactor,
-                         uint32_t interpolation);
+                         uint32_t interpolation, int32_t firstRow = 0);
 
 }  // namespace halcyra::warp

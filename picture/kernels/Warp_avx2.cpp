@@ -1,7 +1,9 @@
 // AVX2 row routines of the warps and the resize: four pixels at a time, one
 // pixel per double lane, with the very operations of the scalar rule B in the
 // same order, so every byte equals the reference. The affine positions are
-// accumulated pixel after pixel as in the reference, four rows at a time.
+// accumulated pixel after pixel as in the reference, four rows at a time. The
+// two passes of rule C run eight floats to a vector, again operation for
+// operation as the scalar code.
 #include <immintrin.h>
 
 #include <cstring>
@@ -145,8 +147,86 @@ void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, in
     for (; k < count; ++k) SampleBilinear4(s, xs[k], y, out + 4 * k);
 }
 
+// Rule C's horizontal pass, eight output columns at a time: one gather per tap
+// brings the eight tap pixels, and each pair of columns is widened to eight
+// 32-bit lanes (two pixels of four channels). The differences of byte samples
+// are whole numbers, exact in integers as in floats; the sum runs in floats in
+// the scalar order.
+int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t count, float* out) {
+    const auto* pixels = reinterpret_cast<const int*>(row);
+    int32_t x = 0;
+    for (; x + 8 <= count; x += 8) {
+        __m256i taps[4];
+        for (int32_t k = 0; k < 4; ++k)
+            taps[k] = _mm256_i32gather_epi32(
+                pixels, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns.taps[k] + x)), 4);
+        for (int32_t pair = 0; pair < 4; ++pair) {
+            __m256i p[4];
+            for (int32_t k = 0; k < 4; ++k) {
+                __m128i half = pair < 2 ? _mm256_castsi256_si128(taps[k]) : _mm256_extracti128_si256(taps[k], 1);
+                if (pair & 1) half = _mm_srli_si128(half, 8);
+                p[k] = _mm256_cvtepu8_epi32(half);
+            }
+            const __m256i d1 = _mm256_sub_epi32(p[1], p[0]);
+            const __m256i d2 = _mm256_sub_epi32(_mm256_sub_epi32(p[2], p[1]), d1);
+            const __m256i d3 = _mm256_sub_epi32(
+                _mm256_add_epi32(_mm256_sub_epi32(_mm256_sub_epi32(p[1], p[2]), p[2]), p[3]), d2);
+            const int32_t i = 4 * (x + 2 * pair);
+            __m256 v = _mm256_add_ps(_mm256_cvtepi32_ps(p[0]),
+                                     _mm256_mul_ps(_mm256_loadu_ps(columns.rise + i), _mm256_cvtepi32_ps(d1)));
+            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(columns.a + i), _mm256_cvtepi32_ps(d2)));
+            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(columns.bend + i), _mm256_cvtepi32_ps(d3)));
+            _mm256_storeu_ps(out + i, v);
+        }
+    }
+    return x;
+}
+
+// Rule C's vertical pass, 32 floats at a time, each operation the scalar one.
+// Truncation gives INT32_MIN where the scalar conversion does, and the two
+// saturating packs clamp to 0..255 as the scalar clamp does.
+int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t count, uint8_t* out) {
+    const __m256 rise = _mm256_set1_ps(weights.rise);
+    const __m256 a = _mm256_set1_ps(weights.a);
+    const __m256 bend = _mm256_set1_ps(weights.bend);
+    const __m256 half = _mm256_set1_ps(0.5000001f);
+    const float* r0 = rows[0];
+    const float* r1 = rows[1];
+    const float* r2 = rows[2];
+    const float* r3 = rows[3];
+    auto value = [&](int32_t i) {
+        const __m256 f0 = _mm256_loadu_ps(r0 + i);
+        const __m256 f1 = _mm256_loadu_ps(r1 + i);
+        const __m256 f2 = _mm256_loadu_ps(r2 + i);
+        const __m256 f3 = _mm256_loadu_ps(r3 + i);
+        const __m256 d1 = _mm256_sub_ps(f1, f0);
+        const __m256 d2 = _mm256_sub_ps(_mm256_sub_ps(f2, f1), d1);
+        const __m256 d3 = _mm256_sub_ps(_mm256_add_ps(_mm256_sub_ps(_mm256_sub_ps(f1, f2), f2), f3), d2);
+        __m256 v = _mm256_add_ps(f0, _mm256_mul_ps(rise, d1));
+        v = _mm256_add_ps(v, _mm256_mul_ps(a, d2));
+        v = _mm256_add_ps(v, _mm256_mul_ps(bend, d3));
+        return _mm256_cvttps_epi32(_mm256_add_ps(v, half));
+    };
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int32_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const __m256i words01 = _mm256_packs_epi32(value(i), value(i + 8));
+        const __m256i words23 = _mm256_packs_epi32(value(i + 16), value(i + 24));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
+                            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words01, words23), order));
+    }
+    for (; i + 8 <= count; i += 8) {
+        const __m256i words = _mm256_packs_epi32(value(i), _mm256_setzero_si256());
+        const __m256i bytes = _mm256_packus_epi16(words, words);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i),
+                         _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+    }
+    return i;
+}
+
 }  // namespace
 
-const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4};
+const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4, CubicAcross4,
+                              CubicDown};
 
 }  // namespace halcyra::warp::avx2

@@ -43,10 +43,11 @@ bool IsWrapper(int32_t index) { return index >= 23 && index <= 32; }
 bool Is3D(int32_t index) { return (index >= 7 && index <= 19) || index == 33; }
 bool KeepsState(int32_t index) { return index == 28; }  // the earthquake's walk goes on between frames
 // Rows whose own steps write the whole output: the 3D backgrounds, and the
-// zooms, the active camera and the shear filter, which clear their scratch
-// (the output) whole.
+// zooms, the active camera, the shear and motion blur filters, which clear
+// their scratch (the output) whole, and Colorize, which converts the whole
+// output back from HSV.
 bool DrawsWholeOutput(int32_t index) {
-    return Is3D(index) || index == 6 || index == 30 || index == 31 || index == 32;
+    return Is3D(index) || index == 6 || index == 24 || index == 29 || index == 30 || index == 31 || index == 32;
 }
 // Spin and Star give hosts zero-length parameter names.
 bool HasEmptyNames(int32_t index) { return index == 4 || index == 36; }

@@ -68,17 +68,17 @@ TEST(KernelBytes, AddScaleAndComposite) {
               kStatusBadArgument);
 }
 
-// A blend of a picture with itself, or with rows of itself, must give what the
-// three separate steps give, not what the fused pass would.
+// A blend of a picture with itself, or with a picture it overlaps, must give
+// what the three separate steps give, not what the fused pass would.
 TEST(KernelBytes, BlendOfSharedMemoryRunsTheSteps) {
     const auto start = Pixels({200, 100, 40, 255, 10, 20, 30, 40, 90, 180, 250, 7});
     for (int32_t offset : {0, 4}) {
         auto fused = start, steps = start;
-        ASSERT_EQ(KernelBlendBytes4(fused.data(), 4, fused.data() + offset, 4, {2, 1}, 200, 90), kStatusOk);
+        ASSERT_EQ(KernelBlendBytes4(fused.data(), 8, fused.data() + offset, 8, {2, 1}, 200, 90), kStatusOk);
         const uint8_t fa[4] = {200, 200, 200, 200}, fb[4] = {90, 90, 90, 90};
-        KernelScaleBytes4(fa, steps.data(), 4, {2, 1});
-        KernelScaleBytes4(fb, steps.data() + offset, 4, {2, 1});
-        KernelAddBytes4(steps.data(), 4, steps.data() + offset, 4, {2, 1}, 0);
+        KernelScaleBytes4(fa, steps.data(), 8, {2, 1});
+        KernelScaleBytes4(fb, steps.data() + offset, 8, {2, 1});
+        KernelAddBytes4(steps.data(), 8, steps.data() + offset, 8, {2, 1}, 0);
         EXPECT_EQ(fused, steps) << offset;
     }
     auto first = start, second = start;

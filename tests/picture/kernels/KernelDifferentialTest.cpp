@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <iterator>
 
 #include "KernelTestSupport.h"
 #include "picture/kernels/KernelTable.h"
@@ -114,14 +115,14 @@ TEST(KernelDifferential, ByteArithmetic) {
 // Factors mostly in the shading range, the rest where the 16-bit path ends and
 // anywhere in int32, where products wrap and the new alpha goes negative.
 int32_t AlphaFactor(Random& r) {
-    static constexpr int32_t kHostile[] = {-1,        257,        258,       65535,    65536,   1 << 23,
-                                           -(1 << 23), INT32_MAX, INT32_MIN, 0x1010101, -257,    16843009};
+    static constexpr int32_t kHostile[] = {-1,         257,       258,       65535,     65536, 1 << 23,
+                                           -(1 << 23), INT32_MAX, INT32_MIN, 0x1010101, -257,  1 << 24};
     switch (r.Int(0, 3)) {
         case 0:
         case 1:
             return r.Int(0, 256);
         case 2:
-            return kHostile[r.Int(0, static_cast<int32_t>(std::size(kHostile)) - 1)] + r.Int(-2, 2);
+            return WrapAdd(kHostile[r.Int(0, static_cast<int32_t>(std::size(kHostile)) - 1)], r.Int(-2, 2));
         default:
             return static_cast<int32_t>(static_cast<uint32_t>(r.engine()));
     }
@@ -146,7 +147,8 @@ TEST(KernelDifferential, ScaleAlphaAndBlend) {
             if (interleaved)
                 t.blendBytes4(d, 2 * pair.pitch, d + pair.pitch, 2 * pair.pitch, w, h, wa, wb);
             else
-                t.blendBytes4(d, pair.pitch, d + static_cast<size_t>(pair.pitch) * h, pair.pitch, w, h, wa, wb);
+                t.blendBytes4(d, pair.pitch, d + static_cast<size_t>(pair.pitch) * h, pair.pitch, w, h, wa,
+                              wb);
         });
     });
 }

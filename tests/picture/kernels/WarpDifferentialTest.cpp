@@ -3,10 +3,13 @@
 // pitches, misaligned starts, bytes biased to 0x00 and 0xFF, matrices that are
 // near-singular or map mostly outside. The whole destination buffer, guard
 // bytes included, must match byte for byte, and nothing outside the
-// destination rectangle may change. A failure prints the case's seed; set
+// destination rectangle may change. The cubic resize gets its own run, with
+// factors that put the last output column on or just past the source's rim,
+// and with a first output row. A failure prints the case's seed; set
 // HALCYRA_WARP_SEED to rerun from another base seed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -182,7 +185,24 @@ std::vector<CpuClass> VariantClasses() {
     return classes;
 }
 
-enum class Routine { Affine, Perspective, IntoQuad, Resize };
+enum class Routine { Affine, Perspective, IntoQuad, Resize, ResizeCubic };
+
+// Factors for the cubic resize: growing and shrinking, products just below and
+// above whole numbers (output ends on or past the last column), and big jumps.
+double PickCubicFactor(Random& random, int32_t side) {
+    switch (Uniform(random, 0, 5)) {
+        case 0:
+            return (Uniform(random, 1, 3 * side) + UniformReal(random, -1e-7, 1e-7)) / side;
+        case 1:
+            return Uniform(random, 1, 8);
+        case 2:
+            return UniformReal(random, 0.02, 0.5);
+        case 3:
+            return Uniform(random, 0, 1) ? 1e9 : UniformReal(random, 8.0, 40.0);
+        default:
+            return UniformReal(random, 0.5, 8.0);
+    }
+}
 
 // Runs one random case of a routine on every class; returns the reference status.
 int32_t RunCase(Routine routine, uint64_t seed) {
@@ -206,7 +226,15 @@ int32_t RunCase(Routine routine, uint64_t seed) {
     const double xFactor =
         Uniform(random, 0, 3) == 0 ? UniformReal(random, 0.01, 0.3) : UniformReal(random, 0.3, 4.0);
     const double yFactor = Uniform(random, 0, 2) == 0 ? xFactor : UniformReal(random, 0.05, 4.0);
-    const uint32_t resizeCode = 1u << Uniform(random, 0, 2);
+    uint32_t resizeCode = 1u << Uniform(random, 0, 2);
+    double cubicX = xFactor, cubicY = yFactor;
+    int32_t firstRow = 0;
+    if (routine == Routine::ResizeCubic) {
+        resizeCode = kInterpolationCubic;
+        cubicX = PickCubicFactor(random, sw);
+        cubicY = Uniform(random, 0, 2) == 0 ? cubicX : PickCubicFactor(random, sh);
+        if (Uniform(random, 0, 2) == 0) firstRow = Uniform(random, -2, dh + 2);
+    }
 
     auto run = [&](CpuClass cpuClass, Buffer& destination) {
         const warp::WarpTable& table = warp::WarpTableFor(cpuClass);
@@ -227,6 +255,10 @@ int32_t RunCase(Routine routine, uint64_t seed) {
                 return warp::Resize4WithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
                                               destination.Data(), destination.pitch, {dw, dh}, xFactor,
                                               yFactor, resizeCode);
+            case Routine::ResizeCubic:
+                return warp::Resize4WithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
+                                              destination.Data(), destination.pitch, {dw, dh}, cubicX, cubicY,
+                                              resizeCode, firstRow);
         }
         return 0;
     };
@@ -235,8 +267,23 @@ int32_t RunCase(Routine routine, uint64_t seed) {
     const std::string where = "seed " + std::to_string(seed) + " (" + std::to_string(sw) + "x" +
                               std::to_string(sh) + " -> " + std::to_string(dw) + "x" + std::to_string(dh) +
                               ")";
+    const bool resize = routine == Routine::Resize || routine == Routine::ResizeCubic;
+    const int32_t rowsFrom = std::clamp(firstRow, 0, dh);
     ExpectUntouchedOutside(initial, expected,
-                           routine == Routine::Resize ? KernelRect{0, 0, dw, dh} : destinationRect, where);
+                           resize ? KernelRect{0, rowsFrom, dw, dh - rowsFrom} : destinationRect, where);
+    if (rowsFrom > 0) {
+        // The rows from firstRow on are those of the whole resize; the ones above stay.
+        Buffer whole = initial;
+        const int32_t saved = firstRow;
+        firstRow = 0;
+        EXPECT_EQ(run(CpuClass::Reference, whole), status) << where;
+        firstRow = saved;
+        const size_t split = static_cast<size_t>(initial.offset) + static_cast<size_t>(initial.pitch) * rowsFrom;
+        EXPECT_TRUE(std::equal(expected.bytes.begin(), expected.bytes.begin() + split, initial.bytes.begin()))
+            << where << ": rows above " << firstRow << " changed";
+        EXPECT_TRUE(std::equal(expected.bytes.begin() + split, expected.bytes.end(), whole.bytes.begin() + split))
+            << where << ": rows from " << firstRow << " differ from the whole resize";
+    }
     if (status != kStatusOk) EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;
     for (CpuClass cpuClass : VariantClasses()) {
         Buffer actual = initial;
@@ -269,6 +316,9 @@ TEST(WarpDifferential, FaceQuadMatchesReference) {
 }
 TEST(WarpDifferential, ResizeMatchesReference) {
     RunMany(Routine::Resize, 3000);
+}
+TEST(WarpDifferential, CubicResizeMatchesReference) {
+    RunMany(Routine::ResizeCubic, 4000);
 }
 
 }  // namespace

@@ -76,26 +76,44 @@ inline void FrameCopy(benchmark::State& state) {
     CountFrames(state);
 }
 
-// One frame of catalogue row range(0) at progress range(1)/100 and time 1 s.
-inline void CatalogueRow(benchmark::State& state) {
-    IVideoEffect* effect = CreateCatalogueEffect(static_cast<int32_t>(state.range(0)));
+// One frame per iteration of an effect the caller owns, on patterned
+// inputs; with advanceTime the time moves on by a frame at 30 fps each time,
+// as in playback.
+inline void RenderPerIteration(benchmark::State& state, IVideoEffect* effect, IVideoHost& host,
+                               double progress, double time = 1.0, bool advanceTime = false) {
+    FrameBuffer first(3), second(4), output(5);
+    RenderInfo info{};
+    info.progress = progress;
+    info.time = time;
+    info.fieldMode = 3;
+    for (auto _ : state) {
+        effect->Render(&host, &first.desc, &second.desc, &output.desc, &info);
+        if (advanceTime) info.time += 1.0 / 30.0;
+        benchmark::DoNotOptimize(output.bytes.data());
+    }
+    CountFrames(state);
+}
+
+// One frame per iteration of a catalogue row, its defaults changed first by
+// adjust(host); a row this build leaves out is reported, not run.
+template <class Adjust>
+void RenderCatalogueRow(benchmark::State& state, int32_t index, double progress, double time, Adjust adjust) {
+    IVideoEffect* effect = CreateCatalogueEffect(index);
     if (effect == nullptr) {
         state.SkipWithError("row not built");
         return;
     }
     state.SetLabel(effect->GetName());
     DefaultsHost host(effect);
-    FrameBuffer first(3), second(4), output(5);
-    RenderInfo info{};
-    info.progress = static_cast<double>(state.range(1)) / 100.0;
-    info.time = 1.0;
-    info.fieldMode = 3;
-    for (auto _ : state) {
-        effect->Render(&host, &first.desc, &second.desc, &output.desc, &info);
-        benchmark::DoNotOptimize(output.bytes.data());
-    }
-    CountFrames(state);
+    adjust(host);
+    RenderPerIteration(state, effect, host, progress, time);
     effect->Release();
+}
+
+// One frame of catalogue row range(0) at progress range(1)/100 and time 1 s.
+inline void CatalogueRow(benchmark::State& state) {
+    RenderCatalogueRow(state, static_cast<int32_t>(state.range(0)),
+                       static_cast<double>(state.range(1)) / 100.0, 1.0, [](DefaultsHost&) {});
 }
 
 }  // namespace halcyra::bench

@@ -14,7 +14,6 @@ namespace {
 using namespace halcyra;
 
 using bench::DefaultsHost;
-using bench::FrameBuffer;
 
 template <class Effect>
 void Render(benchmark::State& state, double progress, bool advanceTime, int32_t floatIndex,
@@ -22,17 +21,7 @@ void Render(benchmark::State& state, double progress, bool advanceTime, int32_t 
     auto* effect = new Effect();
     DefaultsHost host(effect);
     if (floatIndex >= 0) host.values[static_cast<size_t>(floatIndex)].number = floatValue;
-    FrameBuffer first(3), second(4), output(5);
-    RenderInfo info{};
-    info.progress = progress;
-    info.time = 1.0;
-    info.fieldMode = 3;
-    for (auto _ : state) {
-        effect->Render(&host, &first.desc, &second.desc, &output.desc, &info);
-        if (advanceTime) info.time += 1.0 / 30.0;
-        benchmark::DoNotOptimize(output.bytes.data());
-    }
-    bench::CountFrames(state);
+    bench::RenderPerIteration(state, effect, host, progress, 1.0, advanceTime);
     effect->Release();
 }
 

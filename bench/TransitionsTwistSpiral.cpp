@@ -1,8 +1,7 @@
-// Twist, Spiral, Spiral Rotation and Box Fold at 1920x1080, default
-// parameters, progress 0.5, beside a plain frame copy (the floor); also Twist
-// with its glow on and the dream glow alone on a whole frame, which is what
-// it costs a face that fills the picture. Read the ratios from one run: the
-// machines are shared and noisy.
+// Twist with its glow on at 1920x1080, progress 0.5, beside a plain frame
+// copy (the floor; the catalogue benchmark has the defaults), and the dream
+// glow alone on a whole frame, which is what it costs a face that fills the
+// picture. Read the ratios from one run: the machines are shared and noisy.
 #include "BenchSupport.h"
 #include "picture/MemoryAllocator.h"
 #include "picture/Picture.h"
@@ -17,23 +16,9 @@ constexpr int32_t kTwistRow = 9;
 constexpr int32_t kTwistGlow = 4;
 
 void TwistWithGlow(benchmark::State& state) {
-    IVideoEffect* effect = CreateCatalogueEffect(kTwistRow);
-    if (effect == nullptr) {
-        state.SkipWithError("row not built");
-        return;
-    }
-    DefaultsHost host(effect);
-    host.values[kTwistGlow].number = static_cast<float>(state.range(0)) / 100.0f;
-    FrameBuffer first(3), second(4), output(5);
-    RenderInfo info{};
-    info.progress = 0.5;
-    info.fieldMode = 3;
-    for (auto _ : state) {
-        effect->Render(&host, &first.desc, &second.desc, &output.desc, &info);
-        benchmark::DoNotOptimize(output.bytes.data());
-    }
-    CountFrames(state);
-    effect->Release();
+    const float glow = static_cast<float>(state.range(0)) / 100.0f;
+    RenderCatalogueRow(state, kTwistRow, 0.5, 0.0,
+                       [glow](DefaultsHost& host) { host.values[kTwistGlow].number = glow; });
 }
 
 // The glow of a twist at mid-transition with Glow 0.3: g = 1 - 0.7 * 0.7.
@@ -72,13 +57,6 @@ void DreamGlowPixels(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(halcyra::bench::FrameCopy)->Unit(benchmark::kMillisecond);
-BENCHMARK(halcyra::bench::CatalogueRow)
-    ->ArgNames({"index", "progress%"})
-    ->Args({9, 50})   // Twist
-    ->Args({13, 50})  // Spiral
-    ->Args({14, 50})  // Spiral Rotation
-    ->Args({15, 50})  // Box Fold
-    ->Unit(benchmark::kMillisecond);
 BENCHMARK(TwistWithGlow)->ArgName("glow%")->Arg(30)->Unit(benchmark::kMillisecond);
 BENCHMARK(DreamGlowFrame)->Unit(benchmark::kMillisecond);
 BENCHMARK(DreamGlowPixels)->Unit(benchmark::kMillisecond);

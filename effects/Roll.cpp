@@ -47,13 +47,6 @@ const EffectDescriptor kRollDescriptor{"Corvane Roll", 2, kRollParameters};
 const EffectDescriptor kSpinDescriptor{"Corvane Spin", 2, kSpinParameters};
 const EffectDescriptor kSmearDescriptor{"Corvane Smear", 2, kSmearParameters};
 
-float ClampProgress(const RenderInfo* info) {
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
-    return p;
-}
-
 // Copies source into destination turned round by `shift` rows (vertical) or
 // columns: the part from `shift` on comes first, the part before it wraps to
 // the end. Shifts outside 0..size only come from absurd parameters; the

@@ -148,9 +148,7 @@ CShear::CShear() : VideoEffectBase(kShearDescriptor) {}
 bool CShear::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                     RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const float hShear = read.Float(0);
     const float vShear = read.Float(1);

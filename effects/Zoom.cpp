@@ -29,6 +29,13 @@ const EffectDescriptor kZoomblurDescriptor{"Corvane Zoom Blur", 5, kZoomblurPara
 
 }  // namespace
 
+float ClampProgress(const RenderInfo* info) {
+    float p = ProgressAsFloat(info);
+    if (p > 1.0f) p = 1.0f;
+    if (p < 0.0f) p = 0.0f;
+    return p;
+}
+
 float Log2Float(float x) {
     return std::log(x) / std::log(2.0f);
 }
@@ -56,9 +63,7 @@ CZoom::CZoom() : VideoEffectBase(kZoomDescriptor) {}
 bool CZoom::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const float zoom = read.Float(0);
     const float smooth = read.Float(1);

@@ -7,6 +7,7 @@
 #include "frame/ActivationManager.h"
 #include "picture/MemoryAllocator.h"
 #include "picture/kernels/Numerics.h"
+#include "scene/Lights.h"
 
 namespace halcyra {
 
@@ -96,6 +97,26 @@ void BaseEffect::DrawBackground(int32_t background, uint32_t colour, const Scene
 
 int32_t TileCount(float value) {
     return TruncToInt32(value * 8.0f + 2.0f);
+}
+
+void SetUpLitScene(Scene3D& scene, LinearLight& light, double ambient, const Picture& target,
+                   double cameraDistance) {
+    light.SetAmbient(ambient);
+    scene.SetTarget(target);
+    scene.AddLight(&light);
+    scene.SetProjectionMatrix(Matrix3D::Perspective(cameraDistance));
+}
+
+bool ClearAtEnds(Scene3D& scene, const Picture& first, const Picture& second, double t, bool drawsStart) {
+    if (drawsStart ? t < 0.0 : t <= 0.0) {
+        scene.ClearToPicture(first, ColorRGB());
+        return true;
+    }
+    if (t >= 1.0) {
+        scene.ClearToPicture(second, ColorRGB());
+        return true;
+    }
+    return false;
 }
 
 }  // namespace halcyra

@@ -11,6 +11,7 @@
 
 namespace halcyra {
 
+class LinearLight;
 class MemoryAllocator;
 
 // The "Background" choice.
@@ -42,6 +43,8 @@ public:
     // 1, 2 or 4 for modes 0, 1, 2 (nearest, bilinear, bicubic), plus the
     // smooth-edge bit.
     static uint32_t InterpolationFlags(int32_t mode, bool smooth);
+    // What every scene draws with: bilinear, smooth edges.
+    static uint32_t SceneDrawFlags() { return InterpolationFlags(1, true); }
 
 protected:
     // The common frame around a body that draws it: the allocator the scene
@@ -67,5 +70,26 @@ protected:
 
 // trunc(value * 8 + 2) in single precision: 2 to 10 tiles.
 int32_t TileCount(float value);
+
+// How far the camera of most scenes stands from the picture plane.
+inline constexpr double kSceneCameraDistance = 6.0;
+
+// The camera of the lit scenes: drawing into target, one light at the given
+// ambient level, a perspective from the given distance. The caller owns the
+// light and keeps it alive until ClearLights.
+void SetUpLitScene(Scene3D& scene, LinearLight& light, double ambient, const Picture& target,
+                   double cameraDistance = kSceneCameraDistance);
+
+// The transition's own time: Reverse runs it backwards.
+inline double SceneTime(double progress, bool reverse) {
+    return reverse ? 1.0 - progress : progress;
+}
+
+// The ends of a transition are the plain pictures: before the start the
+// first, from t = 1 on the second. A scene whose opening frame already
+// belongs to the motion draws t = 0 itself (drawsStart). True when the frame
+// was finished here.
+bool ClearAtEnds(Scene3D& scene, const Picture& first, const Picture& second, double t,
+                 bool drawsStart = false);
 
 }  // namespace halcyra

@@ -170,4 +170,21 @@ inline RenderInfo MakeRenderInfo(double progress, double time = 0.0) {
     return info;
 }
 
+// The fixed frames of the effects' regression checksums: 64 x 48 patterned
+// inputs with padded rows, the second input and the output bottom-up.
+struct ChecksumFrames {
+    ChecksumFrames() : a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true) {
+        a.FillPattern(11);
+        b.FillPattern(12);
+    }
+    // One frame into a cleared output; the output's checksum. second is
+    // &b.desc, or null for a one-input effect.
+    uint32_t Render(IVideoEffect* effect, IVideoHost* host, ImageDesc* second, RenderInfo info) {
+        out.Fill(0);
+        effect->Render(host, &a.desc, second, &out.desc, &info);
+        return out.Crc();
+    }
+    GuardedFrame a, b, out;
+};
+
 }  // namespace halcyra::test

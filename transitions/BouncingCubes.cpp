@@ -28,7 +28,6 @@ constexpr int32_t kMaxTiles = 64;
 
 // The tilt is no parameter here: both components are 0.7 in single precision.
 constexpr double kTilt = static_cast<double>(0.7f);
-constexpr double kCameraDistance = 6.0;
 
 }  // namespace
 
@@ -76,9 +75,6 @@ void CubeMotion(QuadMesh& box, int32_t n, int32_t i, double t, double cohesion, 
 
 bool D3DMNCubesFly::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                 double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const int32_t columns = ClampInt(TileCount(read.Float(1)), 0, kMaxTiles);
@@ -95,17 +91,10 @@ bool D3DMNCubesFly::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
 
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
         QuadMeshCreator creator;
         const QuadMesh tiles =
@@ -125,7 +114,7 @@ bool D3DMNCubesFly::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
             CubeMotion(boxes[i], n, i, stretched, cohesion, rotation);
             faces.insert(faces.end(), boxes[i].faces.begin(), boxes[i].faces.end());
         }
-        const uint32_t flags = InterpolationFlags(interpolationMode, smooth);
+        const uint32_t flags = SceneDrawFlags();
         for (const int32_t index : DepthSortOrder(faces)) scene.DrawQuad(faces[index], flags, false);
     }
     scene.ClearLights();

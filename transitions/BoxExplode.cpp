@@ -54,9 +54,6 @@ Matrix3D BoxExplodeMatrix(double t, double spin, double depthFactor, double dela
 
 bool D3DBoxExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                 double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float delay = read.Float(0);
     const float power = read.Float(1) * 10.0f + 1.0f;
@@ -69,18 +66,11 @@ bool D3DBoxExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(0.0);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 0.0, pictures.output, kCameraDistance);
 
-    const double t = reverse ? 1.0 - progress : progress;
+    const double t = SceneTime(progress, reverse);
     const double l = delay;
-    if (t < 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t, true)) {
         scene.ClearToPicture(pictures.second, ColorRGB());
         // All six faces show the first picture, on both sides.
         QuadMesh box =
@@ -88,7 +78,7 @@ bool D3DBoxExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
                                       scene.BottomLeft(), -scene.ViewHalfWidth() * 2.0 * depthFactor,
                                       &pictures.first, &pictures.first, kBackFlipHorizontal);
         box.Transform(BoxExplodeMatrix(t, spin, depthFactor, l, scene.ViewHalfWidth()));
-        const uint32_t flags = InterpolationFlags(interpolationMode, smooth);
+        const uint32_t flags = SceneDrawFlags();
         if (t < l || l >= 1.0) {
             // Whole, the box is a solid: its inner sides never show.
             scene.SetFlags(scene.GetFlags() & ~SceneFlagDoubleSided);

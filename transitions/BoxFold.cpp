@@ -17,8 +17,6 @@ constexpr ParameterDesc kBoxFoldParameters[] = {
 };
 const EffectDescriptor kBoxFoldDescriptor{"Corvane 3D Box Fold", 2, kBoxFoldParameters};
 
-constexpr double kCameraDistance = 6.0;
-
 enum BoxSide : size_t { kFront = 0, kRight = 1, kRear = 2, kLeft = 3, kTop = 4, kBottom = 5 };
 
 // A turn by angle about the line through (0, y, 0) along x, or through
@@ -77,9 +75,6 @@ QuadMesh FoldBox(const QuadMesh& mesh, double f) {
 
 bool D3DBoxInversion::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                   double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const float speed = read.Float(1) * 0.9f + 0.1f;
@@ -97,25 +92,18 @@ bool D3DBoxInversion::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc*
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = reverse ? 1.0 - progress : progress;
+    const double t = SceneTime(progress, reverse);
     // t = 0 is drawn: the closed box's front fills the frame.
-    if (t < 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t, true)) {
         DrawBackground(background, backgroundColour, pictures);
         const QuadMesh box = QuadMeshCreator().MakeBox(
             scene.TopLeft(), scene.TopRight(), scene.BottomRight(), scene.BottomLeft(),
             -scene.ViewHalfWidth() * 2.0, &pictures.first, &pictures.second, kBackFlipHorizontal);
         scene.SetWorldMatrix(BoxFoldWorldMatrix(t, depth, tx, ty, scene.ViewHalfWidth()));
-        scene.DrawMesh(FoldBox(box, BoxFoldTime(t, speed)), InterpolationFlags(interpolationMode, smooth));
+        scene.DrawMesh(FoldBox(box, BoxFoldTime(t, speed)), SceneDrawFlags());
     }
     scene.ClearLights();
     scene.DeletePostEffects();

@@ -24,7 +24,6 @@ const EffectDescriptor kBoardDescriptor{"Corvane 3D Checker Board", 2, kBoardPar
 // Board sizes beyond the parameter's range only come from a misbehaving host;
 // capped so that a frame stays finite.
 constexpr int32_t kMaxGrid = 64;
-constexpr double kCameraDistance = 6.0;
 
 }  // namespace
 
@@ -60,9 +59,6 @@ Matrix3D BoardWorldMatrix(double t, const BoardMotion& b) {
 
 bool D3DChessBoard::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                 double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float grid = read.Float(0);
     const float depth = read.Float(1);
@@ -85,17 +81,10 @@ bool D3DChessBoard::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0 - 0.4);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0 - 0.4, pictures.output);
 
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
 
         // One square is 2 units wide, the size of the whole view.
@@ -130,7 +119,7 @@ bool D3DChessBoard::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* s
         board.Transform(Matrix3D::Translation(-motion.sx, -motion.sy, 0.0));
 
         scene.SetWorldMatrix(BoardWorldMatrix(t, motion));
-        scene.DrawMesh(board, InterpolationFlags(interpolationMode, smooth));
+        scene.DrawMesh(board, SceneDrawFlags());
     }
     scene.ClearLights();
     return true;

@@ -44,7 +44,6 @@ const EffectDescriptor kFlyApartDescriptor{"Corvane 3D Fly Apart", 2, kFlyApartP
 // Tile counts beyond what the parameters' ranges can give only come from a
 // misbehaving host; they are capped so that a frame stays finite.
 constexpr int32_t kMaxTiles = 64;
-constexpr double kCameraDistance = 6.0;
 // The latest take-off, so that the last leaves still fly a while.
 constexpr double kLastStart = 0.8999999761581421;
 
@@ -164,22 +163,12 @@ struct LeafSettings {
 // The frame both transitions share, from the light on.
 void DrawLeafFrame(Scene3D& scene, Picture& first, Picture& second, Picture& output, const LeafSettings& s,
                    double progress, bool flyApart) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     LinearLight light;
-    light.SetAmbient(1.0f - s.shading);
-    scene.SetTarget(output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - s.shading, output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = s.reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, s.reverse);
+    if (!ClearAtEnds(scene, first, second, t)) {
         scene.ClearToPicture(second, ColorRGB());
         QuadMesh tiles = QuadMeshCreator().MakeTiles(
             output.width, output.height, scene.TopLeft(), scene.TopRight(), scene.BottomRight(),
@@ -195,7 +184,7 @@ void DrawLeafFrame(Scene3D& scene, Picture& first, Picture& second, Picture& out
         } else {
             leaves = BuildConfettiLeaves(tiles, s.theta, wind, &first, &second);
         }
-        leaves.DrawLeaves(scene, t, BaseEffect::InterpolationFlags(interpolationMode, smooth));
+        leaves.DrawLeaves(scene, t, BaseEffect::SceneDrawFlags());
     }
     scene.ClearLights();
     scene.DeletePostEffects();

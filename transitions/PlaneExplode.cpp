@@ -30,7 +30,6 @@ const EffectDescriptor kPlaneDescriptor{"Corvane 3D Plane Explode", 2, kPlanePar
 // Tile counts beyond the parameter's range only come from a misbehaving
 // host; capped so that a frame stays finite.
 constexpr int32_t kMaxTiles = 64;
-constexpr double kCameraDistance = 6.0;
 
 int32_t PlaneTileCount(float value) {
     return ClampInt(WrapAdd(TruncToInt32(value * 10.0f), 1), 0, kMaxTiles);
@@ -113,9 +112,6 @@ bool D3DPlaneExplode::Render(IVideoHost* host, ImageDesc* first, ImageDesc* seco
 
 bool D3DPlaneExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                   double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float delay = read.Float(0);
     const float velocity = read.Float(1) * 10.0f + 1.0f;
@@ -131,19 +127,12 @@ bool D3DPlaneExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc*
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0 - 0.6);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0 - 0.6, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = reverse ? 1.0 - progress : progress;
+    const double t = SceneTime(progress, reverse);
     const double burst = delay;
-    if (t < 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t, true)) {
         scene.ClearToPicture(pictures.second, ColorRGB());
         // The whole plane stops moving at the burst.
         const double d = burst < t ? burst : t;
@@ -154,7 +143,7 @@ bool D3DPlaneExplode::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc*
         const uint32_t level = static_cast<uint8_t>(ClampInt(TruncToInt32(255.0 - h * 255.0), 0, 255));
         scene.AddPostEffect(new PRDreamGlowEffect(level | level << 8 | level << 16, 0.0f, 0.0f, allocator));
 
-        const uint32_t flags = InterpolationFlags(interpolationMode, smooth);
+        const uint32_t flags = SceneDrawFlags();
         QuadMeshCreator creator;
         if (t < burst || burst >= 1.0) {
             QuadMesh whole =

@@ -51,7 +51,6 @@ const EffectDescriptor kBouncingDescriptor{"Corvane 3D Bouncing Frames", 2, kBou
 // Frame counts beyond the parameter's range only come from a misbehaving
 // host; capped so that a frame stays finite (63 x 63 tiles at most).
 constexpr int32_t kMaxFrames = 32;
-constexpr double kCameraDistance = 6.0;
 constexpr int32_t kBounces = 2;
 
 int32_t FramesFrom(float value) {
@@ -188,9 +187,6 @@ D3DRings::D3DRings() : BaseEffect(kTurningDescriptor) {}
 
 bool D3DRings::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                            double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const int32_t frames = FramesFrom(read.Float(1));
@@ -210,18 +206,11 @@ bool D3DRings::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
         // Frames turning about x show their backs upside down unless mirrored vertically.
         const int32_t flip = rotation == 0 ? kBackFlipVertical : kBackFlipHorizontal;
@@ -231,8 +220,7 @@ bool D3DRings::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second
                                         &pictures.first, &pictures.second, flip, false);
         scene.SetWorldMatrix(TurningRingsWorldMatrix(t, depth, tx, ty));
         const RingSystem rings(tiles);
-        rings.DrawTurningRings(scene, t, InterpolationFlags(interpolationMode, smooth), cohesion, frames,
-                               rotation != 0, false);
+        rings.DrawTurningRings(scene, t, SceneDrawFlags(), cohesion, frames, rotation != 0, false);
     }
     scene.ClearLights();
     return true;
@@ -242,9 +230,6 @@ D3DRingsVibration::D3DRingsVibration() : BaseEffect(kBouncingDescriptor) {}
 
 bool D3DRingsVibration::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                     double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const int32_t frames = FramesFrom(read.Float(1));
@@ -265,19 +250,12 @@ bool D3DRingsVibration::RenderScene(IVideoHost* host, ImageDesc* first, ImageDes
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
     bool result = true;
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         const Picture& out = pictures.output;
         Picture mixed;
         if (!mixed.Allocate(out.width, out.height, out.bytesPerPixel, allocator)) {
@@ -300,8 +278,7 @@ bool D3DRingsVibration::RenderScene(IVideoHost* host, ImageDesc* first, ImageDes
                 scene.BottomLeft(), grid, grid, &mixed, &mixed, kBackFlipHorizontal, false);
             scene.SetWorldMatrix(BouncingRingsWorldMatrix(t, depth, tx, ty, rotation));
             const RingSystem rings(tiles);
-            rings.DrawBouncingRings(scene, t, InterpolationFlags(interpolationMode, smooth), cohesion, frames,
-                                    amplitude, kBounces);
+            rings.DrawBouncingRings(scene, t, SceneDrawFlags(), cohesion, frames, amplitude, kBounces);
         }
     }
     scene.ClearLights();

@@ -40,7 +40,6 @@ const EffectDescriptor kSpiralDescriptor{"Corvane 3D Spiral", 2, kSpiralParamete
 // Tile counts beyond what the parameters' ranges can give only come from a
 // misbehaving host; they are capped so that a frame stays finite.
 constexpr int32_t kMaxTiles = 64;
-constexpr double kCameraDistance = 6.0;
 constexpr double kSpiralAmbient = 1.0 - 0.5;
 
 // The share of the timeline that tile i of n owns: equal windows that
@@ -148,9 +147,6 @@ D3DSpiral::D3DSpiral() : BaseEffect(kSpiralDescriptor) {}
 
 bool D3DSpiralRotation::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                                     double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const int32_t columns = ClampInt(TileCount(read.Float(1)), 0, kMaxTiles);
@@ -166,19 +162,12 @@ bool D3DSpiralRotation::RenderScene(IVideoHost* host, ImageDesc* first, ImageDes
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
     bool result = true;
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
         // The plane's half turn about x shows the backs upside down, about y mirrored.
         const int32_t backFlip = rotation == 0 ? kBackFlipVertical : kBackFlipHorizontal;
@@ -197,7 +186,7 @@ bool D3DSpiralRotation::RenderScene(IVideoHost* host, ImageDesc* first, ImageDes
             if (tiles.faces.size() == order.size())
                 for (int32_t i = 0; i < n; ++i)
                     SpiralRotationCellTransform(tiles.faces[order[i]], i, n, stretched, cohesion, rotation);
-            const uint32_t flags = InterpolationFlags(interpolationMode, smooth);
+            const uint32_t flags = SceneDrawFlags();
             for (const int32_t index : DepthSortOrder(tiles.faces))
                 scene.DrawQuad(tiles.faces[index], flags, false);
         }
@@ -208,9 +197,6 @@ bool D3DSpiralRotation::RenderScene(IVideoHost* host, ImageDesc* first, ImageDes
 
 bool D3DSpiral::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                             double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const int32_t columns = ClampInt(TileCount(read.Float(0)), 0, kMaxTiles);
     const int32_t rows = ClampInt(TileCount(read.Float(1)), 0, kMaxTiles);
@@ -230,19 +216,12 @@ bool D3DSpiral::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* secon
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(kSpiralAmbient);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, kSpiralAmbient, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
     bool result = true;
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
         QuadMesh tiles =
             QuadMeshCreator().MakeTiles(pictures.output.width, pictures.output.height, scene.TopLeft(),
@@ -260,7 +239,7 @@ bool D3DSpiral::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* secon
             if (tiles.faces.size() == order.size())
                 for (int32_t i = 0; i < n; ++i)
                     SpiralCellTransform(tiles.faces[order[i]], i, n, stretched, cohesion, rotation);
-            const uint32_t flags = InterpolationFlags(interpolationMode, smooth);
+            const uint32_t flags = SceneDrawFlags();
             for (const int32_t index : DepthSortOrder(tiles.faces))
                 scene.DrawQuad(tiles.faces[index], flags, false);
         }

@@ -31,7 +31,6 @@ constexpr int32_t kReverseIndex = 8;
 // Slice counts beyond what the parameter's range can give only come from a
 // misbehaving host; they are capped so that a frame stays finite.
 constexpr int32_t kMaxSlices = 256;
-constexpr double kCameraDistance = 6.0;
 // The glow's colour fades from white to white: it is always white.
 constexpr uint32_t kGlowColour = 0xFFFFFF;
 
@@ -86,9 +85,6 @@ void TwistSystem::DrawSlices(Scene3D& scene, double t, uint32_t flags, double co
 
 bool D3DTwist::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                            double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const int32_t slices = ClampInt(TruncToInt32(read.Float(1) * 18.0f + 2.0f), 0, kMaxSlices);
@@ -107,19 +103,12 @@ bool D3DTwist::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = reverse ? 1.0 - progress : progress;
+    const double t = SceneTime(progress, reverse);
     // t = 0 is a frame of the motion here.
-    if (t < 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t, true)) {
         DrawBackground(background, backgroundColour, pictures);
         const bool horizontal = orientation == 0;
         const int32_t columns = horizontal ? 1 : slices;
@@ -140,8 +129,7 @@ bool D3DTwist::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second
         // effect that could not be had is a null entry the drawing skips.
         scene.AddPostEffect(new (std::nothrow) PRDreamGlowEffect(kGlowColour, g, g, allocator));
 
-        TwistSystem(tiles).DrawSlices(scene, t, InterpolationFlags(interpolationMode, smooth), cohesion,
-                                      horizontal, false);
+        TwistSystem(tiles).DrawSlices(scene, t, SceneDrawFlags(), cohesion, horizontal, false);
     }
     scene.ClearLights();
     scene.DeletePostEffects();

@@ -14,7 +14,6 @@ constexpr ParameterDesc kWaveParameters[] = {
 const EffectDescriptor kWaveDescriptor{"Corvane 3D Wave", 2, kWaveParameters};
 
 constexpr int32_t kStrips = 40;
-constexpr double kCameraDistance = 6.0;
 
 }  // namespace
 
@@ -44,9 +43,6 @@ void RollWave(QuadFace& face, double q, double depth) {
 
 bool D3DWave::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                           double progress, MemoryAllocator*) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     const float shading = read.Float(0);
     const float bank = read.Float(1) * 2.0f - 1.0f;
@@ -58,18 +54,11 @@ bool D3DWave::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second,
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         // The second picture stands behind the sheet the whole time.
         scene.ClearToPicture(pictures.second, ColorRGB());
         QuadMesh sheet =
@@ -81,7 +70,7 @@ bool D3DWave::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second,
         scene.SetWorldMatrix(WaveBankMatrix(phases.q, bank));
         if (phases.q > 0.0)
             for (QuadFace& face : sheet.faces) RollWave(face, phases.q, depth);
-        scene.DrawMesh(sheet, InterpolationFlags(interpolationMode, smooth));
+        scene.DrawMesh(sheet, SceneDrawFlags());
     }
     scene.ClearLights();
     return true;

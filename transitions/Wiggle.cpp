@@ -26,7 +26,6 @@ constexpr ParameterDesc kWiggleParameters[] = {
 const EffectDescriptor kWiggleDescriptor{"Corvane 3D Wiggle", 2, kWiggleParameters};
 
 constexpr int32_t kStrips = 50;
-constexpr double kCameraDistance = 6.0;
 
 double WiggleCoordinate(const Vector3D& corner, bool byY) {
     return byY ? corner.y : corner.x;
@@ -50,9 +49,6 @@ void RunWiggle(QuadFace& face, double q, double frequency, double phase, double 
 
 bool D3DKnolls::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                             double progress, MemoryAllocator* allocator) {
-    const int32_t interpolationMode = 1;
-    const bool smooth = true;
-
     ParameterReader read(host);
     // At most half of the light can be taken away.
     const float shading = read.Float(0) * 0.5f;
@@ -69,19 +65,12 @@ bool D3DKnolls::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* secon
     AttachScenePictures(pictures, first, second, output, reverse);
 
     LinearLight light;
-    light.SetAmbient(1.0f - shading);
-    scene.SetTarget(pictures.output);
-    scene.AddLight(&light);
-    scene.SetProjectionMatrix(Matrix3D::Perspective(kCameraDistance));
+    SetUpLitScene(scene, light, 1.0f - shading, pictures.output);
     scene.SetFlags(SceneFlagDoubleSided);
 
     bool result = true;
-    const double t = reverse ? 1.0 - progress : progress;
-    if (t <= 0.0) {
-        scene.ClearToPicture(pictures.first, ColorRGB());
-    } else if (t >= 1.0) {
-        scene.ClearToPicture(pictures.second, ColorRGB());
-    } else {
+    const double t = SceneTime(progress, reverse);
+    if (!ClearAtEnds(scene, pictures.first, pictures.second, t)) {
         DrawBackground(background, backgroundColour, pictures);
         const Picture& out = pictures.output;
         Picture mixed;
@@ -106,7 +95,7 @@ bool D3DKnolls::RenderScene(IVideoHost* host, ImageDesc* first, ImageDesc* secon
                 for (QuadFace& face : sheet.faces)
                     RunWiggle(face, phases.q, frequency, phase, amplitude, byY);
             // The world matrix stays as the scene holds it, the identity.
-            scene.DrawMesh(sheet, InterpolationFlags(interpolationMode, smooth));
+            scene.DrawMesh(sheet, SceneDrawFlags());
         }
     }
     scene.ClearLights();

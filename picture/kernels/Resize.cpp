@@ -53,11 +53,18 @@ bool ResizeCubic4(const WarpTable& table, const SourceView& view, const double* 
     const int64_t count = static_cast<int64_t>(width) * 4;
     auto taps = Scratch<int32_t>(count);
     auto weights = Scratch<float>(count * 3);
-    // Source row r's horizontal pass lives in slot r & 3: an output row's four
-    // source rows are consecutive, or repeat at the rim, so they never share
-    // a slot, and rows go down the source as the output rows do.
-    auto slots = Scratch<float>(count * 4);
-    if (!taps || !weights || !slots) return false;
+    // Four slots of horizontal passes, then three rows of vertical
+    // differences. Source row r's pass lives in slot r & 3: an output row's
+    // four source rows are consecutive, or repeat at the rim, so they never
+    // share a slot, and rows go down the source as the output rows do. Each
+    // row is padded by 16 floats so that rows used side by side start 64 bytes
+    // apart modulo 4 KiB; otherwise loads alias earlier stores to other rows
+    // in the store buffer and stall.
+    const int64_t stride = count + 16;
+    auto rowBlock = Scratch<float>(stride * 7);
+    if (!taps || !weights || !rowBlock) return false;
+    float* const slots = &rowBlock[0];
+    float* const differences = &rowBlock[4 * stride];
     const CubicColumns columns{{&taps[0], &taps[width], &taps[2 * width], &taps[3 * width]},
                                &weights[0],
                                &weights[count],
@@ -87,14 +94,18 @@ bool ResizeCubic4(const WarpTable& table, const SourceView& view, const double* 
             }
         }
     };
+    float* const d[3] = {differences, differences + stride, differences + 2 * stride};
+    int32_t differencesOf = -1;  // the whole part of the row position they belong to; -1: none
     int32_t held[4] = {-1, -1, -1, -1};
+    CubicPlace place = CubicPlaceOf(SpreadPosition(firstRow, view.height, yFactor));
+    CubicPlace next = CubicPlaceOf(SpreadPosition(firstRow + 1, view.height, yFactor));
     for (int32_t y = firstRow; y < height; ++y) {
-        const CubicPlace place = CubicPlaceOf(SpreadPosition(y, view.height, yFactor));
+        const CubicPlace afterNext = CubicPlaceOf(SpreadPosition(y + 2, view.height, yFactor));
         const CubicWeights w = CubicWeightsOf(place.t);
         const float* rows[4];
         for (int32_t k = 0; k < 4; ++k) {
             const int32_t sourceRow = ClampIndex(static_cast<int64_t>(place.index) - 1 + k, view.height);
-            float* slot = &slots[(sourceRow & 3) * count];
+            float* slot = slots + (sourceRow & 3) * stride;
             if (held[sourceRow & 3] != sourceRow) {
                 across(sourceRow, slot);
                 held[sourceRow & 3] = sourceRow;
@@ -102,8 +113,28 @@ bool ResizeCubic4(const WarpTable& table, const SourceView& view, const double* 
             rows[k] = slot;
         }
         uint8_t* out = destination + static_cast<intptr_t>(destinationPitch) * y;
-        for (int32_t i = table.cubicDown(rows, w, static_cast<int32_t>(count), out); i < count; ++i)
-            out[i] = CubicByte(CubicValue(rows[0][i], rows[1][i], rows[2][i], rows[3][i], w));
+        // Keeping the differences pays once three or more rows share them.
+        const bool shared = y + 2 < height && afterNext.index == place.index;
+        if (place.index >= 0 && (place.index == differencesOf || shared)) {
+            if (place.index != differencesOf) {
+                for (int32_t i = table.cubicDifferences(rows, static_cast<int32_t>(count), d); i < count;
+                     ++i) {
+                    const CubicDifferences e =
+                        CubicDifferencesOf(rows[0][i], rows[1][i], rows[2][i], rows[3][i]);
+                    d[0][i] = e.d1;
+                    d[1][i] = e.d2;
+                    d[2][i] = e.d3;
+                }
+                differencesOf = place.index;
+            }
+            for (int32_t i = table.cubicSum(rows[0], d, w, static_cast<int32_t>(count), out); i < count; ++i)
+                out[i] = CubicByte(CubicSum(rows[0][i], {d[0][i], d[1][i], d[2][i]}, w));
+        } else {
+            for (int32_t i = table.cubicDown(rows, w, static_cast<int32_t>(count), out); i < count; ++i)
+                out[i] = CubicByte(CubicValue(rows[0][i], rows[1][i], rows[2][i], rows[3][i], w));
+        }
+        place = next;
+        next = afterNext;
     }
     return true;
 }
@@ -211,8 +242,8 @@ int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sour
 
 int32_t KernelResize4FromRow(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                              KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
-                             KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation,
-                             int32_t firstRow) {
+                             KernelSize destinationSize, double xFactor, double yFactor,
+                             uint32_t interpolation, int32_t firstRow) {
     return warp::Resize4WithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize, sourcePitch,
                                   sourceRect, destination, destinationPitch, destinationSize, xFactor,
                                   yFactor, interpolation, firstRow);

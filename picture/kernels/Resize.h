@@ -24,8 +24,8 @@ int32_t KernelResize4(const uint8_t* source, KernelSize sourceSize, int32_t sour
 // reads a band of rows may ask for just that band.
 int32_t KernelResize4FromRow(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                              KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
-                             KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation,
-                             int32_t firstRow);
+                             KernelSize destinationSize, double xFactor, double yFactor,
+                             uint32_t interpolation, int32_t firstRow);
 int32_t KernelResize1(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
                       KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
                       KernelSize destinationSize, double xFactor, double yFactor, uint32_t interpolation);

@@ -231,6 +231,8 @@ const WarpTable kWarpTable = {
     ResizeRowBilinear4Reference,
     nullptr,
     nullptr,
+    nullptr,
+    nullptr,
 };
 }  // namespace reference
 

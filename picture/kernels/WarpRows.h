@@ -100,13 +100,24 @@ inline CubicWeights CubicWeightsOf(float t) {
 }
 
 // The cubic through f0..f3 at -1, 0, 1, 2 in forward-difference form, at the
-// t of the weights. Byte samples give exact differences, so a variant may
-// form d1..d3 in integers.
-inline float CubicValue(float f0, float f1, float f2, float f3, const CubicWeights& w) {
+// t of the weights: the differences d1..d3, which do not depend on t, then
+// their sum. Byte samples give exact differences, so a variant may form them
+// in integers.
+struct CubicDifferences {
+    float d1;
+    float d2;
+    float d3;
+};
+inline CubicDifferences CubicDifferencesOf(float f0, float f1, float f2, float f3) {
     const float d1 = f1 - f0;
     const float d2 = (f2 - f1) - d1;
-    const float d3 = ((f1 - f2) - f2 + f3) - d2;
-    return f0 + w.rise * d1 + w.a * d2 + w.bend * d3;
+    return {d1, d2, ((f1 - f2) - f2 + f3) - d2};
+}
+inline float CubicSum(float f0, const CubicDifferences& d, const CubicWeights& w) {
+    return f0 + w.rise * d.d1 + w.a * d.d2 + w.bend * d.d3;
+}
+inline float CubicValue(float f0, float f1, float f2, float f3, const CubicWeights& w) {
+    return CubicSum(f0, CubicDifferencesOf(f0, f1, f2, f3), w);
 }
 
 // The vertical end of rule C: the value + 0.5000001, truncated, into a byte.
@@ -217,11 +228,16 @@ void AffineSpansByRows(const SourceView& source, const AffineInverse& inverse, c
 
 // The horizontal pass of a source row for output columns 0..count - 1, into
 // out[4x + c]; the vertical pass of `count` floats of the four rows into bytes.
-// Both may stop early, at a column or float they return, and leave the rest to
+// When several output rows read the same four rows, the vertical differences
+// are formed once (into d[0..2]) and each row only sums them with its weights.
+// All may stop early, at a column or float they return, and leave the rest to
 // the caller's scalar loop.
 using CubicAcrossFn = int32_t (*)(const uint8_t* row, const CubicColumns& columns, int32_t count, float* out);
 using CubicDownFn = int32_t (*)(const float* const* rows, const CubicWeights& weights, int32_t count,
                                 uint8_t* out);
+using CubicDifferencesFn = int32_t (*)(const float* const* rows, int32_t count, float* const* d);
+using CubicSumFn = int32_t (*)(const float* f0, const float* const* d, const CubicWeights& weights,
+                               int32_t count, uint8_t* out);
 
 struct WarpTable {
     AffineSpansFn affineBilinear;
@@ -230,6 +246,8 @@ struct WarpTable {
     // Null in the reference, which samples rule C pixel by pixel.
     CubicAcrossFn cubicAcross4;
     CubicDownFn cubicDown;
+    CubicDifferencesFn cubicDifferences;
+    CubicSumFn cubicSum;
 };
 
 // The table of a class; classes without their own routines get the nearest

@@ -154,16 +154,23 @@ void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, in
 // the scalar order.
 int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t count, float* out) {
     const auto* pixels = reinterpret_cast<const int*>(row);
+    // Local copies of the pointers: the stores could alias them as far as the
+    // compiler knows, and it would reload them after every store.
+    const int32_t* const tapsOf[4] = {columns.taps[0], columns.taps[1], columns.taps[2], columns.taps[3]};
+    const float* const rise = columns.rise;
+    const float* const a = columns.a;
+    const float* const bend = columns.bend;
     int32_t x = 0;
     for (; x + 8 <= count; x += 8) {
         __m256i taps[4];
         for (int32_t k = 0; k < 4; ++k)
             taps[k] = _mm256_i32gather_epi32(
-                pixels, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns.taps[k] + x)), 4);
+                pixels, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(tapsOf[k] + x)), 4);
         for (int32_t pair = 0; pair < 4; ++pair) {
             __m256i p[4];
             for (int32_t k = 0; k < 4; ++k) {
-                __m128i half = pair < 2 ? _mm256_castsi256_si128(taps[k]) : _mm256_extracti128_si256(taps[k], 1);
+                __m128i half =
+                    pair < 2 ? _mm256_castsi256_si128(taps[k]) : _mm256_extracti128_si256(taps[k], 1);
                 if (pair & 1) half = _mm_srli_si128(half, 8);
                 p[k] = _mm256_cvtepu8_epi32(half);
             }
@@ -173,9 +180,9 @@ int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t co
                 _mm256_add_epi32(_mm256_sub_epi32(_mm256_sub_epi32(p[1], p[2]), p[2]), p[3]), d2);
             const int32_t i = 4 * (x + 2 * pair);
             __m256 v = _mm256_add_ps(_mm256_cvtepi32_ps(p[0]),
-                                     _mm256_mul_ps(_mm256_loadu_ps(columns.rise + i), _mm256_cvtepi32_ps(d1)));
-            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(columns.a + i), _mm256_cvtepi32_ps(d2)));
-            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(columns.bend + i), _mm256_cvtepi32_ps(d3)));
+                                     _mm256_mul_ps(_mm256_loadu_ps(rise + i), _mm256_cvtepi32_ps(d1)));
+            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(a + i), _mm256_cvtepi32_ps(d2)));
+            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_loadu_ps(bend + i), _mm256_cvtepi32_ps(d3)));
             _mm256_storeu_ps(out + i, v);
         }
     }
@@ -218,15 +225,70 @@ int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t
     for (; i + 8 <= count; i += 8) {
         const __m256i words = _mm256_packs_epi32(value(i), _mm256_setzero_si256());
         const __m256i bytes = _mm256_packus_epi16(words, words);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i),
-                         _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+        _mm_storel_epi64(
+            reinterpret_cast<__m128i*>(out + i),
+            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+    }
+    return i;
+}
+
+// The vertical differences of four rows, kept for the output rows that share them.
+int32_t CubicDifferences(const float* const* rows, int32_t count, float* const* d) {
+    // Local copies of the pointers: the stores could alias them as far as the
+    // compiler knows, and it would reload them after every store.
+    const float* const r[4] = {rows[0], rows[1], rows[2], rows[3]};
+    float* const e[3] = {d[0], d[1], d[2]};
+    int32_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const __m256 f0 = _mm256_loadu_ps(r[0] + i);
+        const __m256 f1 = _mm256_loadu_ps(r[1] + i);
+        const __m256 f2 = _mm256_loadu_ps(r[2] + i);
+        const __m256 f3 = _mm256_loadu_ps(r[3] + i);
+        const __m256 d1 = _mm256_sub_ps(f1, f0);
+        const __m256 d2 = _mm256_sub_ps(_mm256_sub_ps(f2, f1), d1);
+        _mm256_storeu_ps(e[0] + i, d1);
+        _mm256_storeu_ps(e[1] + i, d2);
+        _mm256_storeu_ps(e[2] + i,
+                         _mm256_sub_ps(_mm256_add_ps(_mm256_sub_ps(_mm256_sub_ps(f1, f2), f2), f3), d2));
+    }
+    return i;
+}
+
+// The vertical sum of one output row over kept differences, 32 floats at a time.
+int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& weights, int32_t count,
+                 uint8_t* out) {
+    const __m256 rise = _mm256_set1_ps(weights.rise);
+    const __m256 a = _mm256_set1_ps(weights.a);
+    const __m256 bend = _mm256_set1_ps(weights.bend);
+    const __m256 half = _mm256_set1_ps(0.5000001f);
+    const float* d1 = d[0];
+    const float* d2 = d[1];
+    const float* d3 = d[2];
+    auto value = [&](int32_t i) {
+        __m256 v = _mm256_add_ps(_mm256_loadu_ps(f0 + i), _mm256_mul_ps(rise, _mm256_loadu_ps(d1 + i)));
+        v = _mm256_add_ps(v, _mm256_mul_ps(a, _mm256_loadu_ps(d2 + i)));
+        v = _mm256_add_ps(v, _mm256_mul_ps(bend, _mm256_loadu_ps(d3 + i)));
+        return _mm256_cvttps_epi32(_mm256_add_ps(v, half));
+    };
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int32_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const __m256i words01 = _mm256_packs_epi32(value(i), value(i + 8));
+        const __m256i words23 = _mm256_packs_epi32(value(i + 16), value(i + 24));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
+                            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words01, words23), order));
     }
     return i;
 }
 
 }  // namespace
 
-const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4, CubicAcross4,
-                              CubicDown};
+const WarpTable kWarpTable = {AffineSpansBilinear,
+                              ProjectiveRowBilinear,
+                              ResizeRowBilinear4,
+                              CubicAcross4,
+                              CubicDown,
+                              CubicDifferences,
+                              CubicSum};
 
 }  // namespace halcyra::warp::avx2

@@ -172,21 +172,35 @@ void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, in
 // to sixteen 32-bit lanes. The differences of byte samples are whole numbers,
 // exact in integers as in floats; the sum runs in floats in the scalar order.
 int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t count, float* out) {
+    // Local copies of the pointers: the stores could alias them as far as the
+    // compiler knows, and it would reload them after every store.
+    const int32_t* const tapsOf[4] = {columns.taps[0], columns.taps[1], columns.taps[2], columns.taps[3]};
+    const float* const rise = columns.rise;
+    const float* const a = columns.a;
+    const float* const bend = columns.bend;
     int32_t x = 0;
     for (; x + 16 <= count; x += 16) {
         __m512i taps[4];
         for (int32_t k = 0; k < 4; ++k)
-            taps[k] = _mm512_i32gather_epi32(_mm512_loadu_si512(columns.taps[k] + x), row, 4);
+            taps[k] = _mm512_i32gather_epi32(_mm512_loadu_si512(tapsOf[k] + x), row, 4);
         for (int32_t group = 0; group < 4; ++group) {
             __m512i p[4];
             // The lane index of an extraction must be a constant.
             for (int32_t k = 0; k < 4; ++k) {
                 __m128i four;
                 switch (group) {
-                    case 0: four = _mm512_extracti32x4_epi32(taps[k], 0); break;
-                    case 1: four = _mm512_extracti32x4_epi32(taps[k], 1); break;
-                    case 2: four = _mm512_extracti32x4_epi32(taps[k], 2); break;
-                    default: four = _mm512_extracti32x4_epi32(taps[k], 3); break;
+                    case 0:
+                        four = _mm512_extracti32x4_epi32(taps[k], 0);
+                        break;
+                    case 1:
+                        four = _mm512_extracti32x4_epi32(taps[k], 1);
+                        break;
+                    case 2:
+                        four = _mm512_extracti32x4_epi32(taps[k], 2);
+                        break;
+                    default:
+                        four = _mm512_extracti32x4_epi32(taps[k], 3);
+                        break;
                 }
                 p[k] = _mm512_cvtepu8_epi32(four);
             }
@@ -196,30 +210,28 @@ int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t co
                 _mm512_add_epi32(_mm512_sub_epi32(_mm512_sub_epi32(p[1], p[2]), p[2]), p[3]), d2);
             const int32_t i = 4 * (x + 4 * group);
             __m512 v = _mm512_add_ps(_mm512_cvtepi32_ps(p[0]),
-                                     _mm512_mul_ps(_mm512_loadu_ps(columns.rise + i), _mm512_cvtepi32_ps(d1)));
-            v = _mm512_add_ps(v, _mm512_mul_ps(_mm512_loadu_ps(columns.a + i), _mm512_cvtepi32_ps(d2)));
-            v = _mm512_add_ps(v, _mm512_mul_ps(_mm512_loadu_ps(columns.bend + i), _mm512_cvtepi32_ps(d3)));
+                                     _mm512_mul_ps(_mm512_loadu_ps(rise + i), _mm512_cvtepi32_ps(d1)));
+            v = _mm512_add_ps(v, _mm512_mul_ps(_mm512_loadu_ps(a + i), _mm512_cvtepi32_ps(d2)));
+            v = _mm512_add_ps(v, _mm512_mul_ps(_mm512_loadu_ps(bend + i), _mm512_cvtepi32_ps(d3)));
             _mm512_storeu_ps(out + i, v);
         }
     }
     return x;
 }
 
-// Rule C's vertical pass, sixteen floats at a time, each operation the scalar
-// one. Truncation gives INT32_MIN where the scalar conversion does; the clamp
-// at 0 and the unsigned saturation to bytes are the scalar clamp.
+// Rule C's vertical pass, 64 floats at a time, each operation the scalar one.
+// Truncation gives INT32_MIN where the scalar conversion does, and the two
+// saturating packs clamp to 0..255 as the scalar clamp does.
 int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t count, uint8_t* out) {
     const __m512 rise = _mm512_set1_ps(weights.rise);
     const __m512 a = _mm512_set1_ps(weights.a);
     const __m512 bend = _mm512_set1_ps(weights.bend);
     const __m512 half = _mm512_set1_ps(0.5000001f);
-    const __m512i zero = _mm512_setzero_si512();
     const float* r0 = rows[0];
     const float* r1 = rows[1];
     const float* r2 = rows[2];
     const float* r3 = rows[3];
-    int32_t i = 0;
-    for (; i + 16 <= count; i += 16) {
+    auto value = [&](int32_t i) {
         const __m512 f0 = _mm512_loadu_ps(r0 + i);
         const __m512 f1 = _mm512_loadu_ps(r1 + i);
         const __m512 f2 = _mm512_loadu_ps(r2 + i);
@@ -230,16 +242,84 @@ int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t
         __m512 v = _mm512_add_ps(f0, _mm512_mul_ps(rise, d1));
         v = _mm512_add_ps(v, _mm512_mul_ps(a, d2));
         v = _mm512_add_ps(v, _mm512_mul_ps(bend, d3));
-        const __m512i whole = _mm512_cvttps_epi32(_mm512_add_ps(v, half));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
-                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(whole, zero)));
+        return _mm512_cvttps_epi32(_mm512_add_ps(v, half));
+    };
+    // The packs work within 128-bit lanes: 4-byte group j of lane l holds
+    // floats 16 j + 4 l.. of the block.
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    const __m512i zero = _mm512_setzero_si512();
+    int32_t i = 0;
+    for (; i + 64 <= count; i += 64) {
+        const __m512i words01 = _mm512_packs_epi32(value(i), value(i + 16));
+        const __m512i words23 = _mm512_packs_epi32(value(i + 32), value(i + 48));
+        _mm512_storeu_si512(out + i, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(words01, words23)));
     }
+    for (; i + 16 <= count; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
+                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(value(i), zero)));
+    return i;
+}
+
+// The vertical differences of four rows, kept for the output rows that share them.
+int32_t CubicDifferences(const float* const* rows, int32_t count, float* const* d) {
+    // Local copies of the pointers: the stores could alias them as far as the
+    // compiler knows, and it would reload them after every store.
+    const float* const r[4] = {rows[0], rows[1], rows[2], rows[3]};
+    float* const e[3] = {d[0], d[1], d[2]};
+    int32_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const __m512 f0 = _mm512_loadu_ps(r[0] + i);
+        const __m512 f1 = _mm512_loadu_ps(r[1] + i);
+        const __m512 f2 = _mm512_loadu_ps(r[2] + i);
+        const __m512 f3 = _mm512_loadu_ps(r[3] + i);
+        const __m512 d1 = _mm512_sub_ps(f1, f0);
+        const __m512 d2 = _mm512_sub_ps(_mm512_sub_ps(f2, f1), d1);
+        _mm512_storeu_ps(e[0] + i, d1);
+        _mm512_storeu_ps(e[1] + i, d2);
+        _mm512_storeu_ps(e[2] + i,
+                         _mm512_sub_ps(_mm512_add_ps(_mm512_sub_ps(_mm512_sub_ps(f1, f2), f2), f3), d2));
+    }
+    return i;
+}
+
+// The vertical sum of one output row over kept differences, 64 floats at a time.
+int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& weights, int32_t count,
+                 uint8_t* out) {
+    const __m512 rise = _mm512_set1_ps(weights.rise);
+    const __m512 a = _mm512_set1_ps(weights.a);
+    const __m512 bend = _mm512_set1_ps(weights.bend);
+    const __m512 half = _mm512_set1_ps(0.5000001f);
+    const float* d1 = d[0];
+    const float* d2 = d[1];
+    const float* d3 = d[2];
+    auto value = [&](int32_t i) {
+        __m512 v = _mm512_add_ps(_mm512_loadu_ps(f0 + i), _mm512_mul_ps(rise, _mm512_loadu_ps(d1 + i)));
+        v = _mm512_add_ps(v, _mm512_mul_ps(a, _mm512_loadu_ps(d2 + i)));
+        v = _mm512_add_ps(v, _mm512_mul_ps(bend, _mm512_loadu_ps(d3 + i)));
+        return _mm512_cvttps_epi32(_mm512_add_ps(v, half));
+    };
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    const __m512i zero = _mm512_setzero_si512();
+    int32_t i = 0;
+    for (; i + 64 <= count; i += 64) {
+        const __m512i words01 = _mm512_packs_epi32(value(i), value(i + 16));
+        const __m512i words23 = _mm512_packs_epi32(value(i + 32), value(i + 48));
+        _mm512_storeu_si512(out + i, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(words01, words23)));
+    }
+    for (; i + 16 <= count; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
+                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(value(i), zero)));
     return i;
 }
 
 }  // namespace
 
-const WarpTable kWarpTable = {AffineSpansBilinear, ProjectiveRowBilinear, ResizeRowBilinear4, CubicAcross4,
-                              CubicDown};
+const WarpTable kWarpTable = {AffineSpansBilinear,
+                              ProjectiveRowBilinear,
+                              ResizeRowBilinear4,
+                              CubicAcross4,
+                              CubicDown,
+                              CubicDifferences,
+                              CubicSum};
 
 }  // namespace halcyra::warp::avx512

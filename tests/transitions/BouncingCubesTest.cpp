@@ -20,14 +20,9 @@ TEST(BouncingCubes, ParametersAndReadingOrder) {
     TransitionRun run(new D3DMNCubesFly(), 32, 24);
     EXPECT_STREQ(run.effect->GetName(), "Corvane 3D Bouncing Cubes");
     EXPECT_EQ(run.effect->GetInputCount(), 2);
-    ParameterInfo info{};
     const char* names[] = {"Shading", "Columns",  "Rows",    "Cohesion",   "Depth",
                            "Zigzag",  "Rotation", "Reverse", "Background", "Background Color"};
-    for (int32_t i = 0; i < 10; ++i) {
-        ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, names[i]);
-    }
-    EXPECT_FALSE(run.effect->GetParameterInfo(10, &info));
+    test::ExpectParameterNames(run.effect, names);
     EXPECT_EQ(run.host.values[kBackground].choice, 3);
     EXPECT_EQ(run.host.values[kColour].colour, 0x606060u);
     run.Render(0.5);
@@ -48,17 +43,7 @@ TEST(BouncingCubes, QueryInterfaceHasTheSceneForm) {
 
 TEST(BouncingCubes, EndsShowThePlainPictures) {
     TransitionRun run(new D3DMNCubesFly(), 32, 24);
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    // Reverse swaps the pictures as well as the time: progress 0 still shows the first.
-    run.host.values[kReverse].flag = 1;
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    EXPECT_TRUE(run.out.GuardsIntact());
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 TEST(BouncingCubes, ColourBackgroundKeepsTheFramesAlpha) {
@@ -128,15 +113,7 @@ TEST(BouncingCubes, RegressionChecksums) {
         {0.5, false, 0, 594529347u},  {0.5, false, 1, 161953442u},   {0.5, false, 2, 71235973u},
         {0.65, true, 1, 2485860405u},
     };
-    for (const auto& c : cases) {
-        TransitionRun run(new D3DMNCubesFly(), 64, 48);
-        run.host.values[kReverse].flag = c.reverse ? 1 : 0;
-        run.host.values[kBackground].choice = c.background;
-        ASSERT_TRUE(run.Render(c.progress));
-        EXPECT_TRUE(run.out.GuardsIntact());
-        EXPECT_EQ(run.out.Crc(), c.crc)
-            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
-    }
+    test::ExpectChecksums([] { return new D3DMNCubesFly(); }, cases, kReverse, kBackground);
 }
 
 }  // namespace

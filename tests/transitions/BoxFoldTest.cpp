@@ -20,12 +20,7 @@ TEST(BoxFold, ParametersAndReadingOrder) {
     TransitionRun run(new D3DBoxInversion(), 32, 24);
     EXPECT_STREQ(run.effect->GetName(), "Corvane 3D Box Fold");
     const char* names[] = {"Shading", "Speed", "Depth", "Tilt", "Reverse", "Background", "Background Color"};
-    ParameterInfo info{};
-    for (int32_t i = 0; i < 7; ++i) {
-        ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, names[i]);
-    }
-    EXPECT_FALSE(run.effect->GetParameterInfo(7, &info));
+    test::ExpectParameterNames(run.effect, names);
     EXPECT_EQ(run.host.values[kBackground].choice, 3);
     EXPECT_EQ(run.host.values[3].point[0], 1.0f);
     run.Render(0.5);
@@ -89,17 +84,9 @@ TEST(BoxFold, UnfoldsIntoACrossAndThrough) {
 }
 
 TEST(BoxFold, EndsShowThePlainPictures) {
+    // Progress 0 is drawn: the closed box's front fills the frame.
     TransitionRun run(new D3DBoxInversion(), 40, 30);
-    run.Render(0.0);  // drawn: the closed box's front fills the frame
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    run.host.values[kReverse].flag = 1;
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    EXPECT_TRUE(run.out.GuardsIntact());
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 // Regression checksums of 64 x 48 frames from fixed inputs.
@@ -110,15 +97,7 @@ TEST(BoxFold, RegressionChecksums) {
         {0.5, false, 0, 3428298731u}, {0.5, false, 1, 1365916933u}, {0.6, false, 2, 2326225354u},
         {0.75, true, 1, 1309420901u},
     };
-    for (const auto& c : cases) {
-        TransitionRun run(new D3DBoxInversion(), 64, 48);
-        run.host.values[kReverse].flag = c.reverse ? 1 : 0;
-        run.host.values[kBackground].choice = c.background;
-        ASSERT_TRUE(run.Render(c.progress));
-        EXPECT_TRUE(run.out.GuardsIntact());
-        EXPECT_EQ(run.out.Crc(), c.crc)
-            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
-    }
+    test::ExpectChecksums([] { return new D3DBoxInversion(); }, cases, kReverse, kBackground);
 }
 
 }  // namespace

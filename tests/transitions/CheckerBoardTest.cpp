@@ -80,13 +80,7 @@ TEST(CheckerBoard, BoardFliesFromStartSquareToEndSquare) {
 
 TEST(CheckerBoard, EndsShowThePlainPictures) {
     TransitionRun run(new D3DChessBoard(), 32, 24);
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    run.host.values[kReverse].flag = 1;
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 TEST(CheckerBoard, FlatBoardSlidesWholePictures) {
@@ -117,15 +111,7 @@ TEST(CheckerBoard, RegressionChecksums) {
         {0.5, false, 0, 3199979943u}, {0.5, false, 1, 218282298u},   {0.5, false, 2, 1885942168u},
         {0.65, true, 1, 1306827918u},
     };
-    for (const auto& c : cases) {
-        TransitionRun run(new D3DChessBoard(), 64, 48);
-        run.host.values[kReverse].flag = c.reverse ? 1 : 0;
-        run.host.values[kBackground].choice = c.background;
-        ASSERT_TRUE(run.Render(c.progress));
-        EXPECT_TRUE(run.out.GuardsIntact());
-        EXPECT_EQ(run.out.Crc(), c.crc)
-            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
-    }
+    test::ExpectChecksums([] { return new D3DChessBoard(); }, cases, kReverse, kBackground);
     TransitionRun rotating(new D3DChessBoard(), 64, 48);
     rotating.host.values[kRotate].flag = 1;
     ASSERT_TRUE(rotating.Render(0.4));

@@ -35,11 +35,7 @@ TEST(Rings, ParametersAndReadingOrder) {
     const char* turningNames[] = {"Shading",  "Frames",  "Cohesion",   "Depth",           "Tilt",
                                   "Rotation", "Reverse", "Background", "Background Color"};
     ParameterInfo info{};
-    for (int32_t i = 0; i < 9; ++i) {
-        ASSERT_TRUE(turning.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, turningNames[i]);
-    }
-    EXPECT_FALSE(turning.effect->GetParameterInfo(9, &info));
+    test::ExpectParameterNames(turning.effect, turningNames);
     EXPECT_EQ(turning.host.values[kTurnBackground].choice, 0);
     turning.Render(0.5);
     EXPECT_EQ(turning.host.requested, (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
@@ -156,14 +152,7 @@ TEST(Rings, EndsShowThePlainPictures) {
         TransitionRun run(effect, 32, 24);
         const int32_t reverse =
             std::string(effect->GetName()).find("Rotating") != std::string::npos ? kTurnReverse : kReverse;
-        for (int32_t r = 0; r < 2; ++r) {
-            run.host.values[reverse].flag = r;
-            EXPECT_TRUE(run.Render(0.0));
-            EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-            EXPECT_TRUE(run.Render(1.0));
-            EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-        }
-        EXPECT_TRUE(run.out.GuardsIntact());
+        test::ExpectPlainEnds(run, reverse);
     }
 }
 

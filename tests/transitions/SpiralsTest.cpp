@@ -128,24 +128,11 @@ TEST(Spirals, PlaneHalfTurn) {
     EXPECT_EQ(TransformPoint(SpiralRotationWorldMatrix(0.5, 0.5, 1), {0, 0, 0}), Vector3D(0, 0, -5));
 }
 
-template <typename Effect>
-void ExpectPlainEnds(int32_t reverseIndex) {
-    TransitionRun run(new Effect(), 40, 30);
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    run.host.values[reverseIndex].flag = 1;
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    EXPECT_TRUE(run.out.GuardsIntact());
-}
-
 TEST(Spirals, EndsShowThePlainPictures) {
-    ExpectPlainEnds<D3DSpiral>(6);
-    ExpectPlainEnds<D3DSpiralRotation>(6);
+    TransitionRun spiral(new D3DSpiral(), 40, 30);
+    test::ExpectPlainEnds(spiral, 6);
+    TransitionRun rotation(new D3DSpiralRotation(), 40, 30);
+    test::ExpectPlainEnds(rotation, 6);
 }
 
 TEST(Spirals, NoCellMapNoTiles) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "TestHost.h"
 #include "frame/EffectInterfaces.h"
 
@@ -32,5 +34,48 @@ struct CrcCase {
     int32_t background;
     uint32_t crc;
 };
+
+// Regression checksums of 64 x 48 frames from fixed inputs: each case sets
+// Reverse and Background on the defaults, renders and compares.
+template <size_t N>
+void ExpectChecksums(const std::function<IVideoEffect*()>& make, const CrcCase (&cases)[N],
+                     int32_t reverseIndex, int32_t backgroundIndex) {
+    for (const CrcCase& c : cases) {
+        TransitionRun run(make(), 64, 48);
+        run.host.values[reverseIndex].flag = c.reverse ? 1 : 0;
+        run.host.values[backgroundIndex].choice = c.background;
+        ASSERT_TRUE(run.Render(c.progress));
+        EXPECT_TRUE(run.out.GuardsIntact());
+        EXPECT_EQ(run.out.Crc(), c.crc)
+            << "progress " << c.progress << " reverse " << c.reverse << " background " << c.background;
+    }
+}
+
+// Progress 0 shows the first picture and 1 the second, with Reverse off and
+// on: Reverse swaps the pictures as well as the time.
+inline void ExpectPlainEnds(TransitionRun& run, int32_t reverseIndex) {
+    for (int32_t r = 0; r < 2; ++r) {
+        run.host.values[reverseIndex].flag = r;
+        EXPECT_TRUE(run.Render(0.0));
+        EXPECT_EQ(run.out.Pixels(), run.a.Pixels()) << "reverse " << r;
+        EXPECT_TRUE(run.Render(1.0));
+        EXPECT_EQ(run.out.Pixels(), run.b.Pixels()) << "reverse " << r;
+    }
+    EXPECT_TRUE(run.out.GuardsIntact());
+}
+
+// The parameter names in order, and nothing after the last.
+template <size_t N>
+void ExpectParameterNames(IVideoEffect* effect, const char* const (&names)[N]) {
+    ParameterInfo info{};
+    int32_t i = 0;
+    for (const char* name : names) {
+        ASSERT_TRUE(effect->GetParameterInfo(i, &info)) << i;
+        EXPECT_STREQ(info.name, name);
+        info = ParameterInfo{};
+        ++i;
+    }
+    EXPECT_FALSE(effect->GetParameterInfo(i, &info));
+}
 
 }  // namespace halcyra::test

@@ -35,12 +35,7 @@ TEST(Twist, ParametersAndReadingOrder) {
     const char* names[] = {"Shading", "Slices",      "Cohesion",        "Depth",
                            "Glow",    "Orientation", "Rotate",          "Flip",
                            "Reverse", "Background",  "Background Color"};
-    ParameterInfo info{};
-    for (int32_t i = 0; i < 11; ++i) {
-        ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, names[i]);
-    }
-    EXPECT_FALSE(run.effect->GetParameterInfo(11, &info));
+    test::ExpectParameterNames(run.effect, names);
     EXPECT_EQ(run.host.values[kRotate].flag, 1);
     EXPECT_EQ(run.host.values[kBackground].choice, 1);
     EXPECT_FLOAT_EQ(run.host.values[kSlices].number, 0.6f);
@@ -99,16 +94,8 @@ TEST(Twist, BodyMotion) {
 TEST(Twist, EndsShowThePlainPictures) {
     TransitionRun run(new D3DTwist(), 40, 30);
     run.host.values[kBackground].choice = 3;
-    run.Render(0.0);  // drawn as a frame of the motion: everything still flat
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    run.host.values[kReverse].flag = 1;
-    run.Render(0.0);
-    EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-    run.Render(1.0);
-    EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    EXPECT_TRUE(run.out.GuardsIntact());
+    // Progress 0 is drawn as a frame of the motion: everything still flat.
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 // Four flat quadrants, so that a mirrored or upside-down picture shows.

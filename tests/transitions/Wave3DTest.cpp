@@ -25,11 +25,7 @@ TEST(Wave3D, ParametersAndReadingOrder) {
     EXPECT_EQ(run.effect->GetInputCount(), 2);
     const char* names[] = {"Shading", "Bank", "Delay", "Depth", "Reverse"};
     ParameterInfo info{};
-    for (int32_t i = 0; i < 5; ++i) {
-        ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, names[i]);
-    }
-    EXPECT_FALSE(run.effect->GetParameterInfo(5, &info));
+    test::ExpectParameterNames(run.effect, names);
     ASSERT_TRUE(run.effect->GetParameterInfo(kBank, &info));
     EXPECT_EQ(info.minimum, -100.0f);
     uint32_t bits;
@@ -90,14 +86,7 @@ TEST(Wave3D, BankTurnsTheSheetWholly) {
 
 TEST(Wave3D, EndsShowThePlainPictures) {
     TransitionRun run(new D3DWave(), 32, 24);
-    for (int32_t r = 0; r < 2; ++r) {
-        run.host.values[kReverse].flag = r;
-        EXPECT_TRUE(run.Render(0.0));
-        EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-        EXPECT_TRUE(run.Render(1.0));
-        EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    }
-    EXPECT_TRUE(run.out.GuardsIntact());
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 TEST(Wave3D, RegressionChecksums) {

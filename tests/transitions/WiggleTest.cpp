@@ -31,12 +31,7 @@ TEST(Wiggle, ParametersAndReadingOrder) {
     EXPECT_EQ(run.effect->GetInputCount(), 2);
     const char* names[] = {"Shading",   "Delay",   "Amplitude",  "Phase",           "Frequency",
                            "Direction", "Reverse", "Background", "Background Color"};
-    ParameterInfo info{};
-    for (int32_t i = 0; i < 9; ++i) {
-        ASSERT_TRUE(run.effect->GetParameterInfo(i, &info));
-        EXPECT_STREQ(info.name, names[i]);
-    }
-    EXPECT_FALSE(run.effect->GetParameterInfo(9, &info));
+    test::ExpectParameterNames(run.effect, names);
     uint32_t bits;
     std::memcpy(&bits, &run.host.values[kShading].number, 4);
     EXPECT_EQ(bits, 0x3DF5C28Fu);
@@ -83,14 +78,7 @@ TEST(Wiggle, SheetHasNoGapsAndNoJump) {
 
 TEST(Wiggle, EndsShowThePlainPictures) {
     TransitionRun run(new D3DKnolls(), 32, 24);
-    for (int32_t r = 0; r < 2; ++r) {
-        run.host.values[kReverse].flag = r;
-        EXPECT_TRUE(run.Render(0.0));
-        EXPECT_EQ(run.out.Pixels(), run.a.Pixels());
-        EXPECT_TRUE(run.Render(1.0));
-        EXPECT_EQ(run.out.Pixels(), run.b.Pixels());
-    }
-    EXPECT_TRUE(run.out.GuardsIntact());
+    test::ExpectPlainEnds(run, kReverse);
 }
 
 // Amplitude 0 leaves a plain cross-fade over the strips.

@@ -1,9 +1,10 @@
 // The resize routines: the produced-size rule with its -201 refusal, the
 // column choice of the nearest code, the bilinear spread whose ends meet the
-// rectangle's ends, rule C on whole positions, and the 1-byte form agreeing
-// with one channel of the 4-byte form.
+// rectangle's ends, rule C on whole positions, a resize from a first row, and
+// the 1-byte form agreeing with one channel of the 4-byte form.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -89,6 +90,27 @@ TEST(Resize, BilinearAndCubicEndsMeetTheRectangleEnds) {
         EXPECT_EQ(outPixel(14, 11), sourcePixel(6, 4)) << code;
         EXPECT_EQ(outPixel(15, 0), std::vector<uint8_t>(4, 0)) << code;  // beyond the produced 15 x 12
         EXPECT_EQ(outPixel(0, 12), std::vector<uint8_t>(4, 0)) << code;
+    }
+}
+
+TEST(Resize, FromRowProducesTheLowerRowsOfTheWholeResize) {
+    const int32_t w = 11, h = 9;
+    const auto source = Ramp(w, h, 4);
+    for (uint32_t code : {kInterpolationNearest, kInterpolationBilinear, kInterpolationCubic}) {
+        std::vector<uint8_t> whole(size_t(40) * 30 * 4, 0x55);
+        ASSERT_EQ(KernelResize4(source.data(), {w, h}, w * 4, {0, 0, w, h}, whole.data(), 160, {40, 30}, 3.3,
+                                2.9, code),
+                  kStatusOk);
+        for (int32_t firstRow : {-4, 0, 7, 25, 26, 1000}) {
+            std::vector<uint8_t> part(whole.size(), 0x55);
+            ASSERT_EQ(KernelResize4FromRow(source.data(), {w, h}, w * 4, {0, 0, w, h}, part.data(), 160,
+                                           {40, 30}, 3.3, 2.9, code, firstRow),
+                      kStatusOk);
+            const size_t split = size_t(160) * std::clamp(firstRow, 0, 30);
+            for (size_t i = 0; i < part.size(); ++i)
+                ASSERT_EQ(part[i], i < split ? 0x55 : whole[i])
+                    << "code " << code << " first row " << firstRow << " byte " << i;
+        }
     }
 }
 

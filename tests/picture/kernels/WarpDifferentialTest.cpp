@@ -278,10 +278,12 @@ int32_t RunCase(Routine routine, uint64_t seed) {
         firstRow = 0;
         EXPECT_EQ(run(CpuClass::Reference, whole), status) << where;
         firstRow = saved;
-        const size_t split = static_cast<size_t>(initial.offset) + static_cast<size_t>(initial.pitch) * rowsFrom;
+        const size_t split =
+            static_cast<size_t>(initial.offset) + static_cast<size_t>(initial.pitch) * rowsFrom;
         EXPECT_TRUE(std::equal(expected.bytes.begin(), expected.bytes.begin() + split, initial.bytes.begin()))
             << where << ": rows above " << firstRow << " changed";
-        EXPECT_TRUE(std::equal(expected.bytes.begin() + split, expected.bytes.end(), whole.bytes.begin() + split))
+        EXPECT_TRUE(
+            std::equal(expected.bytes.begin() + split, expected.bytes.end(), whole.bytes.begin() + split))
             << where << ": rows from " << firstRow << " differ from the whole resize";
     }
     if (status != kStatusOk) EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;

@@ -22,7 +22,8 @@ inline const bool kernelsSelected = (SelectCpuClass(DetectCpuClass()), true);
 
 struct FrameBuffer {
     explicit FrameBuffer(uint32_t seed = 0) : bytes(static_cast<size_t>(kWidth) * kHeight * 4) {
-        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>((i + seed * 7919u) * 2654435761u >> 13);
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<uint8_t>((i + seed * 7919u) * 2654435761u >> 13);
         desc.data = bytes.data();
         desc.width = kWidth;
         desc.height = kHeight;
@@ -37,7 +38,8 @@ class DefaultsHost final : public IVideoHost {
 public:
     explicit DefaultsHost(IVideoEffect* effect) {
         ParameterInfo info{};
-        for (int32_t i = 0; effect->GetParameterInfo(i, &info); ++i, info = ParameterInfo{}) values.push_back(info.value);
+        for (int32_t i = 0; effect->GetParameterInfo(i, &info); ++i, info = ParameterInfo{})
+            values.push_back(info.value);
     }
     int32_t QueryInterface(const Guid&, void** out) override {
         *out = nullptr;
@@ -59,9 +61,10 @@ public:
 };
 
 inline void CountFrames(benchmark::State& state) {
-    state.counters["frames/s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
-    state.counters["Mpix/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6,
-                                                  benchmark::Counter::kIsRate);
+    state.counters["frames/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    state.counters["Mpix/s"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6, benchmark::Counter::kIsRate);
 }
 
 // The floor: a plain copy of one frame, row by row.

@@ -24,9 +24,9 @@ namespace halcyra {
 namespace {
 
 constexpr ParameterDesc kMetallicParameters[] = {
-    ColourParam("Color", 0xdcc7db),     FloatParam("Shine", 0.84f),     FloatParam("Highlights", 0.64f),
-    FloatParam("Calibrate", 0.25f),     FloatParam("Metal", 0.65f),     FloatParam("Picture", 0.45f),
-    FloatParam("Tempo", 0.45f),         FloatParam("Cross Fade", 0.45f),
+    ColourParam("Color", 0xdcc7db), FloatParam("Shine", 0.84f),      FloatParam("Highlights", 0.64f),
+    FloatParam("Calibrate", 0.25f), FloatParam("Metal", 0.65f),      FloatParam("Picture", 0.45f),
+    FloatParam("Tempo", 0.45f),     FloatParam("Cross Fade", 0.45f),
 };
 constexpr ParameterDesc kMetallicEffectParameters[] = {
     ColourParam("Color", 0xdcc7db), FloatParam("Shine", 0.84f), FloatParam("Complexity", 0.64f),

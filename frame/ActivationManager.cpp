@@ -19,8 +19,12 @@ int32_t CActivationManager::QueryInterface(const Guid& iid, void** out) {
 }
 
 // A static object: its count is not kept.
-uint32_t CActivationManager::AddRef() { return 1; }
-uint32_t CActivationManager::Release() { return 1; }
+uint32_t CActivationManager::AddRef() {
+    return 1;
+}
+uint32_t CActivationManager::Release() {
+    return 1;
+}
 
 bool CActivationManager::CheckFrame(IVideoHost*, ImageDesc*) {
     framesSeen.fetch_add(1, std::memory_order_relaxed);

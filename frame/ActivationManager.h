@@ -26,6 +26,8 @@ private:
 CActivationManager& ActivationManager();
 
 // The last step of every Render that draws a frame.
-inline void HandToLicenceGate(IVideoHost* host, ImageDesc* output) { ActivationManager().CheckFrame(host, output); }
+inline void HandToLicenceGate(IVideoHost* host, ImageDesc* output) {
+    ActivationManager().CheckFrame(host, output);
+}
 
 }  // namespace halcyra

@@ -72,7 +72,9 @@ constexpr CatalogueRow kRows[kCatalogueSize] = {
 
 }  // namespace
 
-const CatalogueRow& CatalogueEntry(int32_t index) { return kRows[index]; }
+const CatalogueRow& CatalogueEntry(int32_t index) {
+    return kRows[index];
+}
 
 IVideoEffect* CreateCatalogueEffect(int32_t index) {
     const auto row = static_cast<uint32_t>(index);

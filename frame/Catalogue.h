@@ -17,7 +17,7 @@ struct CatalogueRow {
 
 inline constexpr int32_t kCatalogueSize = 37;
 
-const CatalogueRow& CatalogueEntry(int32_t index);  // index 0..36
+const CatalogueRow& CatalogueEntry(int32_t index);   // index 0..36
 IVideoEffect* CreateCatalogueEffect(int32_t index);  // null for an unknown or unbuilt row
 
 }  // namespace halcyra

@@ -45,6 +45,8 @@ float ProgressAsFloat(const RenderInfo* info) {
     return info != nullptr ? static_cast<float>(info->progress) : 0.0f;
 }
 
-double TimeOf(const RenderInfo* info) { return info != nullptr ? info->time : 0.0; }
+double TimeOf(const RenderInfo* info) {
+    return info != nullptr ? info->time : 0.0;
+}
 
 }  // namespace halcyra

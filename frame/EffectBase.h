@@ -91,7 +91,8 @@ bool AttachFrame(Picture& picture, const ImageDesc* image);
 // size, the smaller width and height of all of them. `usable` is false when any
 // frame is missing or the overlap is empty; nothing may then be drawn.
 struct RenderFrames {
-    RenderFrames(const ImageDesc* first, const ImageDesc* second, const ImageDesc* output, int32_t inputCount);
+    RenderFrames(const ImageDesc* first, const ImageDesc* second, const ImageDesc* output,
+                 int32_t inputCount);
 
     Picture inputs[2];
     Picture output;
@@ -101,6 +102,6 @@ struct RenderFrames {
 };
 
 float ProgressAsFloat(const RenderInfo* info);  // 0 without a record
-double TimeOf(const RenderInfo* info);           // 0 without a record
+double TimeOf(const RenderInfo* info);          // 0 without a record
 
 }  // namespace halcyra

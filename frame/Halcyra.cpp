@@ -23,7 +23,9 @@ __attribute__((constructor)) void AttachProcess() {
 
 }  // namespace
 
-const void* ModuleHandle() { return moduleHandle; }
+const void* ModuleHandle() {
+    return moduleHandle;
+}
 
 int32_t CHalcyra::QueryInterface(const Guid& iid, void** out) {
     if (SameGuid(iid, IID_IUnknown) || SameGuid(iid, IID_IEffectLibrary)) {
@@ -35,19 +37,31 @@ int32_t CHalcyra::QueryInterface(const Guid& iid, void** out) {
     return kStatusNoInterface;
 }
 
-uint32_t CHalcyra::AddRef() { return static_cast<uint32_t>(refCount.fetch_add(1) + 1); }
+uint32_t CHalcyra::AddRef() {
+    return static_cast<uint32_t>(refCount.fetch_add(1) + 1);
+}
 
-uint32_t CHalcyra::Release() { return ReleaseCounted(this, refCount); }
+uint32_t CHalcyra::Release() {
+    return ReleaseCounted(this, refCount);
+}
 
-const char* CHalcyra::GetName() { return "Corvane Halcyra Suite"; }
+const char* CHalcyra::GetName() {
+    return "Corvane Halcyra Suite";
+}
 
-IVideoEffect* CHalcyra::CreateEffect(int32_t index) { return CreateCatalogueEffect(index); }
+IVideoEffect* CHalcyra::CreateEffect(int32_t index) {
+    return CreateCatalogueEffect(index);
+}
 
 void CHalcyra::LibraryReservedA(void*, int32_t) {}
 
-IActivationManager* CHalcyra::GetActivationManager() { return &ActivationManager(); }
+IActivationManager* CHalcyra::GetActivationManager() {
+    return &ActivationManager();
+}
 
-intptr_t CHalcyra::LibraryReservedB() { return 0; }
+intptr_t CHalcyra::LibraryReservedB() {
+    return 0;
+}
 
 }  // namespace halcyra
 

@@ -9,7 +9,9 @@ namespace {
 // A plain terminated copy with no length check, as the host expects: one option
 // text is longer than its 20-byte field and runs on into the next one, which
 // holds no option. The copy stays inside the record.
-void CopyText(char* destination, const char* text) { std::memcpy(destination, text, std::strlen(text) + 1); }
+void CopyText(char* destination, const char* text) {
+    std::memcpy(destination, text, std::strlen(text) + 1);
+}
 
 }  // namespace
 

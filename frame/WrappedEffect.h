@@ -23,10 +23,18 @@ struct InnerSource {
     uint8_t fixedSize;   // 4 for floats, integers and colours; 1 for a bool
 };
 
-constexpr InnerSource Shown(int32_t index) { return {index, 0, 0}; }
-constexpr InnerSource FixedFloat(float value) { return {-1, std::bit_cast<uint32_t>(value), 4}; }
-constexpr InnerSource FixedInt(uint32_t value) { return {-1, value, 4}; }
-constexpr InnerSource FixedBool(bool value) { return {-1, value ? 1u : 0u, 1}; }
+constexpr InnerSource Shown(int32_t index) {
+    return {index, 0, 0};
+}
+constexpr InnerSource FixedFloat(float value) {
+    return {-1, std::bit_cast<uint32_t>(value), 4};
+}
+constexpr InnerSource FixedInt(uint32_t value) {
+    return {-1, value, 4};
+}
+constexpr InnerSource FixedBool(bool value) {
+    return {-1, value ? 1u : 0u, 1};
+}
 
 struct WrapperDescriptor {
     const char* displayName;

@@ -18,15 +18,13 @@ constexpr ParameterDesc Point(const char* name, float x, float y, int32_t primar
 }
 
 constexpr ParameterDesc kActivecameraShown[] = {
-    Float("$$$/CV/Horizontal=Horizontal", 0.2f, 0),
-    Float("$$$/CV/Vertical=Vertical", 0.5f, 66),
-    Float("$$$/CV/Crop=Crop", 0.115f, 198),
-    Float("$$$/CV/Rate=Rate", 0.9f, 264),
+    Float("$$$/CV/Horizontal=Horizontal", 0.2f, 0), Float("$$$/CV/Vertical=Vertical", 0.5f, 66),
+    Float("$$$/CV/Crop=Crop", 0.115f, 198),         Float("$$$/CV/Rate=Rate", 0.9f, 264),
     Float("$$$/CV/Jitter=Jitter", 0.5f, 330),
 };
 constexpr InnerSource kActivecameraInner[] = {
-    Shown(0), Shown(1), FixedFloat(0.0f), Shown(2), Shown(3), Shown(4),
-    FixedFloat(0.105f), FixedFloat(0.54f), FixedBool(true),
+    Shown(0), Shown(1),           FixedFloat(0.0f),  Shown(2),        Shown(3),
+    Shown(4), FixedFloat(0.105f), FixedFloat(0.54f), FixedBool(true),
 };
 
 constexpr ParameterDesc kAirbrushShown[] = {Float("$$$/CV/Spray=Spray", 0.73f, 0)};
@@ -39,7 +37,8 @@ constexpr ParameterDesc kColorizeShown[] = {
     Float("$$$/CV/StrengthB=Strength B", 0.405f, 198),
 };
 constexpr InnerSource kColorizeInner[] = {
-    Shown(0), Shown(1), Shown(2), Shown(3), FixedInt(0), FixedFloat(0.0f), FixedFloat(0.0f), FixedFloat(0.615f),
+    Shown(0),    Shown(1),         Shown(2),         Shown(3),
+    FixedInt(0), FixedFloat(0.0f), FixedFloat(0.0f), FixedFloat(0.615f),
 };
 
 constexpr ParameterDesc kLinedrawingShown[] = {

@@ -10,7 +10,9 @@ namespace halcyra {
 
 MemoryAllocator::MemoryAllocator() = default;
 
-MemoryAllocator::MemoryAllocator(IVideoHost* host) { SetHost(host); }
+MemoryAllocator::MemoryAllocator(IVideoHost* host) {
+    SetHost(host);
+}
 
 MemoryAllocator::~MemoryAllocator() {
     if (hostAllocator != nullptr) hostAllocator->Release();
@@ -59,11 +61,20 @@ bool MemoryAllocator::AllocatePicture(void** out, int32_t width, int32_t height,
         hostAllocator->AllocatePicture(out, width, height, channels, pitch);
     } else {
         switch (channels) {
-            case 1: *out = KernelAllocateRows1(width, height, pitch); break;
-            case 2: *out = KernelAllocateRows2(width, height, pitch); break;
-            case 3: *out = KernelAllocateRows3(width, height, pitch); break;
-            case 4: *out = KernelAllocateRows4(width, height, pitch); break;
-            default: return false;
+            case 1:
+                *out = KernelAllocateRows1(width, height, pitch);
+                break;
+            case 2:
+                *out = KernelAllocateRows2(width, height, pitch);
+                break;
+            case 3:
+                *out = KernelAllocateRows3(width, height, pitch);
+                break;
+            case 4:
+                *out = KernelAllocateRows4(width, height, pitch);
+                break;
+            default:
+                return false;
         }
     }
     if (*out == nullptr) return false;
@@ -105,6 +116,8 @@ void MemoryHandle::FreePicture(void* block) {
     heap.FreePicture(block);
 }
 
-bool MemoryHandle::GetUsage(uint64_t*, int32_t*, uint64_t*) const { return false; }
+bool MemoryHandle::GetUsage(uint64_t*, int32_t*, uint64_t*) const {
+    return false;
+}
 
 }  // namespace halcyra

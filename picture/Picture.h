@@ -44,8 +44,9 @@ public:
 
     // data + (pitch * y + x * bytesPerPixel) + channel; the bracket in 32 bits.
     uint8_t* PixelAddress(int32_t x, int32_t y, int32_t channel = 0) const {
-        const int32_t offset = static_cast<int32_t>(static_cast<uint32_t>(pitch) * static_cast<uint32_t>(y) +
-                                                    static_cast<uint32_t>(x) * static_cast<uint32_t>(bytesPerPixel));
+        const int32_t offset =
+            static_cast<int32_t>(static_cast<uint32_t>(pitch) * static_cast<uint32_t>(y) +
+                                 static_cast<uint32_t>(x) * static_cast<uint32_t>(bytesPerPixel));
         return data + offset + channel;
     }
     uint8_t PixelByte(int32_t x, int32_t y, int32_t channel) const { return *PixelAddress(x, y, channel); }

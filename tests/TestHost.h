@@ -39,7 +39,8 @@ public:
         std::free(block);
         --blocks;
     }
-    int32_t AllocatePicture(void** out, int32_t width, int32_t height, int32_t channels, int32_t* pitch) override {
+    int32_t AllocatePicture(void** out, int32_t width, int32_t height, int32_t channels,
+                            int32_t* pitch) override {
         *pitch = width * channels + 16;  // deliberately not the heap route's pitch
         *out = std::malloc(static_cast<size_t>(*pitch) * height);
         ++pictures;
@@ -127,7 +128,9 @@ public:
         }
     }
     // Pixel (x, y) in the frame's own row order.
-    uint8_t* Pixel(int32_t x, int32_t y) { return static_cast<uint8_t*>(desc.data) + static_cast<intptr_t>(desc.pitch) * y + x * 4; }
+    uint8_t* Pixel(int32_t x, int32_t y) {
+        return static_cast<uint8_t*>(desc.data) + static_cast<intptr_t>(desc.pitch) * y + x * 4;
+    }
     void FillPattern(uint32_t seed) {
         std::mt19937 random(seed);
         for (int32_t y = 0; y < height; ++y)

@@ -19,9 +19,13 @@ CpuClass DetectCpuClass() {
     return CpuClass::Reference;
 }
 
-CpuClass ActiveCpuClass() { return activeClass; }
+CpuClass ActiveCpuClass() {
+    return activeClass;
+}
 
-void SelectCpuClass(CpuClass cpuClass) { activeClass = cpuClass; }
+void SelectCpuClass(CpuClass cpuClass) {
+    activeClass = cpuClass;
+}
 
 bool CpuClassSupported(CpuClass cpuClass) {
     return static_cast<int>(cpuClass) <= static_cast<int>(DetectCpuClass());

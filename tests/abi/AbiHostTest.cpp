@@ -27,30 +27,66 @@ struct Row {
 };
 // The catalogue as a host knows it.
 const Row kCatalogue[37] = {
-    {"Corvane Roll", 2}, {"Corvane Shake", 2}, {"Corvane Shear", 2}, {"Corvane Smear", 2},
-    {"Corvane Spin", 2}, {"Corvane Wave", 2}, {"Corvane Zoom", 2}, {"Corvane 3D Plane Explode", 2},
-    {"Corvane 3D Box Explode", 2}, {"Corvane 3D Twist", 2}, {"Corvane 3D Rotating Frames", 2},
-    {"Corvane 3D Checker Board", 2}, {"Corvane 3D Bouncing Cubes", 2}, {"Corvane 3D Spiral", 2},
-    {"Corvane 3D Spiral Rotation", 2}, {"Corvane 3D Box Fold", 2}, {"Corvane 3D Bouncing Frames", 2},
-    {"Corvane 3D Wave", 2}, {"Corvane 3D Wiggle", 2}, {"Corvane 3D Confetti", 2}, {"Corvane Glow", 2},
-    {"Corvane Halo", 2}, {"Corvane Metallic", 2}, {"Airbrush HY", 1}, {"Colorize HY", 1},
-    {"Linedrawing HY", 1}, {"Metallic HY", 1}, {"Pastelsketch HY", 1}, {"Earthquake HY", 1},
-    {"Motionblur HY", 1}, {"Shearenergy HY", 1}, {"Zoomblur HY", 1}, {"Activecamera HY", 1},
-    {"Corvane 3D Fly Apart", 2}, {"Corvane Road Sign", 2}, {"Corvane Wedding", 2}, {"Corvane Star", 2},
+    {"Corvane Roll", 2},
+    {"Corvane Shake", 2},
+    {"Corvane Shear", 2},
+    {"Corvane Smear", 2},
+    {"Corvane Spin", 2},
+    {"Corvane Wave", 2},
+    {"Corvane Zoom", 2},
+    {"Corvane 3D Plane Explode", 2},
+    {"Corvane 3D Box Explode", 2},
+    {"Corvane 3D Twist", 2},
+    {"Corvane 3D Rotating Frames", 2},
+    {"Corvane 3D Checker Board", 2},
+    {"Corvane 3D Bouncing Cubes", 2},
+    {"Corvane 3D Spiral", 2},
+    {"Corvane 3D Spiral Rotation", 2},
+    {"Corvane 3D Box Fold", 2},
+    {"Corvane 3D Bouncing Frames", 2},
+    {"Corvane 3D Wave", 2},
+    {"Corvane 3D Wiggle", 2},
+    {"Corvane 3D Confetti", 2},
+    {"Corvane Glow", 2},
+    {"Corvane Halo", 2},
+    {"Corvane Metallic", 2},
+    {"Airbrush HY", 1},
+    {"Colorize HY", 1},
+    {"Linedrawing HY", 1},
+    {"Metallic HY", 1},
+    {"Pastelsketch HY", 1},
+    {"Earthquake HY", 1},
+    {"Motionblur HY", 1},
+    {"Shearenergy HY", 1},
+    {"Zoomblur HY", 1},
+    {"Activecamera HY", 1},
+    {"Corvane 3D Fly Apart", 2},
+    {"Corvane Road Sign", 2},
+    {"Corvane Wedding", 2},
+    {"Corvane Star", 2},
 };
 
-bool IsWrapper(int32_t index) { return index >= 23 && index <= 32; }
-bool Is3D(int32_t index) { return (index >= 7 && index <= 19) || index == 33; }
-bool KeepsState(int32_t index) { return index == 28; }  // the earthquake's walk goes on between frames
+bool IsWrapper(int32_t index) {
+    return index >= 23 && index <= 32;
+}
+bool Is3D(int32_t index) {
+    return (index >= 7 && index <= 19) || index == 33;
+}
+bool KeepsState(int32_t index) {
+    return index == 28;
+}  // the earthquake's walk goes on between frames
 // Rows whose own steps write the whole output: the 3D backgrounds, and the
 // zooms, the active camera, the shear and motion blur filters, which clear
 // their scratch (the output) whole, and Colorize, which converts the whole
 // output back from HSV.
 bool DrawsWholeOutput(int32_t index) {
-    return Is3D(index) || index == 6 || index == 24 || index == 29 || index == 30 || index == 31 || index == 32;
+    return Is3D(index) || index == 6 || index == 24 || index == 29 || index == 30 || index == 31 ||
+           index == 32;
 }
 // Spin and Star give hosts zero-length parameter names.
-bool HasEmptyNames(int32_t index) { return index == 4 || index == 36; }
+bool HasEmptyNames(int32_t index) {
+    return index == 4 || index == 36;
+}
 
 class Library {
 public:
@@ -136,7 +172,8 @@ public:
 class Frame {
 public:
     static constexpr size_t kGuard = 256;
-    Frame(int32_t w, int32_t h, bool negative = false, int32_t padding = 8) : w(w), h(h), pitch(w * 4 + padding) {
+    Frame(int32_t w, int32_t h, bool negative = false, int32_t padding = 8)
+        : w(w), h(h), pitch(w * 4 + padding) {
         block.assign(kGuard * 2 + static_cast<size_t>(pitch) * static_cast<size_t>(h > 0 ? h : 0), 0xA5);
         desc.width = w;
         desc.height = h;
@@ -147,7 +184,9 @@ public:
     }
     // Pixel (x, y) in memory order: a negative pitch describes the same memory
     // from its last row, and must give the same bytes as the positive description.
-    uint8_t* Px(int32_t x, int32_t y) { return block.data() + kGuard + static_cast<size_t>(pitch) * y + x * 4; }
+    uint8_t* Px(int32_t x, int32_t y) {
+        return block.data() + kGuard + static_cast<size_t>(pitch) * y + x * 4;
+    }
     void Pattern(uint32_t seed) {
         std::mt19937 r(seed);
         for (int32_t y = 0; y < h; ++y)
@@ -251,7 +290,8 @@ TEST(Abi, LibraryLoadsAndExportsOneEntry) {
     EXPECT_STREQ(TheLibrary().library->GetName(), "Corvane Halcyra Suite");
     EXPECT_EQ(TheLibrary().library->CreateEffect(37), nullptr);
     EXPECT_EQ(TheLibrary().library->CreateEffect(-1), nullptr);
-    EXPECT_EQ(dlsym(TheLibrary().handle, "_ZN7halcyra8CHalcyra7GetNameEv"), nullptr) << "internal symbol exported";
+    EXPECT_EQ(dlsym(TheLibrary().handle, "_ZN7halcyra8CHalcyra7GetNameEv"), nullptr)
+        << "internal symbol exported";
     EXPECT_FALSE(ExistingRows().empty());
 }
 
@@ -437,6 +477,8 @@ TEST_P(EveryEffect, LargerOutputAndOddFrames) {
 
 // Only rows this build offers; the others answer null, which the first test checks.
 INSTANTIATE_TEST_SUITE_P(Catalogue, EveryEffect, ::testing::ValuesIn(ExistingRows()),
-                         [](const ::testing::TestParamInfo<int32_t>& info) { return "Row" + std::to_string(info.param); });
+                         [](const ::testing::TestParamInfo<int32_t>& info) {
+                             return "Row" + std::to_string(info.param);
+                         });
 
 }  // namespace

@@ -4,11 +4,11 @@
 // edges, gradients and alpha.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "TestHost.h"
 #include "frame/EffectInterfaces.h"

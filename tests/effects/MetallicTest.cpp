@@ -125,14 +125,16 @@ TEST(Metallic, TransitionMiddleUsesDoubleFactorsAndTheCrossFade) {
     effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
     // At 0.5: u = 1, f = 0.5 of the cross-fade; mix weights 127 and 127 in 256ths.
     const uint32_t colour = host.values[0].colour;
-    const double tint[3] = {(colour & 0xff) / 256.0, ((colour >> 8) & 0xff) / 256.0, ((colour >> 16) & 0xff) / 256.0};
+    const double tint[3] = {(colour & 0xff) / 256.0, ((colour >> 8) & 0xff) / 256.0,
+                            ((colour >> 16) & 0xff) / 256.0};
     const double f = (static_cast<double>(host.values[2].number) * 6.0 + 1.0) * 2.0 * 3.1415;
     for (int32_t x = 0; x < 23; ++x) {
         uint8_t mixed[4];
-        for (int c = 0; c < 4; ++c) mixed[c] = static_cast<uint8_t>((a.Pixel(x, 2)[c] * 127 + b.Pixel(x, 2)[c] * 127) >> 8);
+        for (int c = 0; c < 4; ++c)
+            mixed[c] = static_cast<uint8_t>((a.Pixel(x, 2)[c] * 127 + b.Pixel(x, 2)[c] * 127) >> 8);
         uint8_t expected[4];
-        MetalPixel(mixed, expected, tint, host.values[5].number, host.values[4].number, f, host.values[1].number,
-                   host.values[3].number);
+        MetalPixel(mixed, expected, tint, host.values[5].number, host.values[4].number, f,
+                   host.values[1].number, host.values[3].number);
         ASSERT_EQ(std::memcmp(expected, out.Pixel(x, 2), 4), 0) << x;
     }
 }
@@ -158,7 +160,10 @@ TEST(Metallic, RegressionChecksums) {
         double progress;
         uint32_t crc;
     };
-    const Case cases[] = {{false, 0.25, 2471834881u}, {false, 0.5, 2064252246u}, {false, 0.6, 1482007672u}, {true, 0.5, 217691735u}};
+    const Case cases[] = {{false, 0.25, 2471834881u},
+                          {false, 0.5, 2064252246u},
+                          {false, 0.6, 1482007672u},
+                          {true, 0.5, 217691735u}};
     GuardedFrame a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true);
     a.FillPattern(11);
     b.FillPattern(12);

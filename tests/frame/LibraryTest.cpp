@@ -3,10 +3,10 @@
 
 #include <cstring>
 
+#include "frame/ActivationManager.h"
 #include "frame/Catalogue.h"
 #include "frame/Halcyra.h"
 #include "frame/ParameterTable.h"
-#include "frame/ActivationManager.h"
 
 namespace halcyra {
 namespace {

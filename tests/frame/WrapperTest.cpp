@@ -121,9 +121,9 @@ struct ShownExpectation {
 
 TEST(Wrapper, ShownListsOfAllTen) {
     const ShownExpectation expected[] = {
-        {&kWrapAirbrush, 1, 0, 2},     {&kWrapColorize, 4, 198, 8},   {&kWrapLinedrawing, 3, 132, 4},
-        {&kWrapMetallic, 3, 330, 6},   {&kWrapPastelsketch, 2, 198, 4}, {&kWrapEarthquake, 1, 0, 2},
-        {&kWrapMotionblur, 3, 198, 5}, {&kWrapShearenergy, 5, 198, 7}, {&kWrapZoomblur, 3, 198, 4},
+        {&kWrapAirbrush, 1, 0, 2},       {&kWrapColorize, 4, 198, 8},     {&kWrapLinedrawing, 3, 132, 4},
+        {&kWrapMetallic, 3, 330, 6},     {&kWrapPastelsketch, 2, 198, 4}, {&kWrapEarthquake, 1, 0, 2},
+        {&kWrapMotionblur, 3, 198, 5},   {&kWrapShearenergy, 5, 198, 7},  {&kWrapZoomblur, 3, 198, 4},
         {&kWrapActivecamera, 5, 330, 9},
     };
     for (const auto& e : expected) {

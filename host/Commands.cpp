@@ -141,27 +141,27 @@ Arguments ParseArguments(const std::vector<std::string>& args) {
                 name.erase(equals);
             }
         }
-        const OptionSpec* spec = nullptr;
+        const OptionSpec* matched = nullptr;
         for (const OptionSpec& option : kOptions)
             if ((!name.empty() && name == option.name) ||
                 (name.empty() && arg.size() == 2 && option.shortName == arg[1]))
-                spec = &option;
-        if (!spec) throw UsageError("unknown option " + arg + "; see 'halcyra --help'");
-        if (!(spec->commands & bit))
-            throw UsageError("option --" + std::string(spec->name) + " does not apply to '" + parsed.command +
-                             "'");
+                matched = &option;
+        if (!matched) throw UsageError("unknown option " + arg + "; see 'halcyra --help'");
+        if (!(matched->commands & bit))
+            throw UsageError("option --" + std::string(matched->name) + " does not apply to '" +
+                             parsed.command + "'");
         std::string value;
-        if (spec->takesValue) {
+        if (matched->takesValue) {
             if (inlineValue)
                 value = *inlineValue;
             else if (i + 1 < args.size())
                 value = args[++i];
             else
-                throw UsageError("option --" + std::string(spec->name) + " needs a value");
+                throw UsageError("option --" + std::string(matched->name) + " needs a value");
         } else if (inlineValue) {
-            throw UsageError("option --" + std::string(spec->name) + " takes no value");
+            throw UsageError("option --" + std::string(matched->name) + " takes no value");
         }
-        parsed.values[spec->name].push_back(value);
+        parsed.values[matched->name].push_back(value);
     }
     return parsed;
 }
@@ -215,17 +215,17 @@ int CommandInfo(const EffectLibrary& library, const Arguments& args) {
                 entry.parameters.size() == 1 ? "" : "s");
     if (!entry.parameters.empty()) {
         size_t nameWidth = 4;
-        for (const ParameterSpec& spec : entry.parameters)
-            nameWidth = std::max(nameWidth, spec.shownName.size());
+        for (const ParameterSpec& parameter : entry.parameters)
+            nameWidth = std::max(nameWidth, parameter.shownName.size());
         std::printf("\n  %2s  %-*s  %-7s %-24s %s\n", "#", static_cast<int>(nameWidth), "name", "type",
                     "range", "default");
-        for (const ParameterSpec& spec : entry.parameters) {
-            std::printf("  %2d  %-*s  %-7s %-24s %s\n", spec.index, static_cast<int>(nameWidth),
-                        spec.shownName.c_str(), TypeName(spec.info.type), RangeText(spec).c_str(),
-                        DisplayValue(spec, spec.info.value).c_str());
-            for (size_t i = 0; i < spec.choices.size(); ++i)
+        for (const ParameterSpec& parameter : entry.parameters) {
+            std::printf("  %2d  %-*s  %-7s %-24s %s\n", parameter.index, static_cast<int>(nameWidth),
+                        parameter.shownName.c_str(), TypeName(parameter.info.type),
+                        RangeText(parameter).c_str(), DisplayValue(parameter, parameter.info.value).c_str());
+            for (size_t i = 0; i < parameter.choices.size(); ++i)
                 std::printf("  %2s  %-*s    %zu: \"%s\"\n", "", static_cast<int>(nameWidth), "", i,
-                            spec.choices[i].c_str());
+                            parameter.choices[i].c_str());
         }
     }
     if (!entry.presets.empty()) {
@@ -233,10 +233,11 @@ int CommandInfo(const EffectLibrary& library, const Arguments& args) {
         EffectPtr effect = library.Create(entry.index);
         for (size_t preset = 0; preset < entry.presets.size(); ++preset) {
             std::string values;
-            for (const ParameterSpec& spec : entry.parameters) {
+            for (const ParameterSpec& parameter : entry.parameters) {
                 ParameterData data{};
-                if (effect && effect->GetPresetValue(static_cast<int32_t>(preset), spec.index, &data))
-                    values += (values.empty() ? "" : ", ") + spec.shownName + "=" + DisplayValue(spec, data);
+                if (effect && effect->GetPresetValue(static_cast<int32_t>(preset), parameter.index, &data))
+                    values += (values.empty() ? "" : ", ") + parameter.shownName + "=" +
+                              DisplayValue(parameter, data);
             }
             std::printf("  %2zu  %s: %s\n", preset, entry.presets[preset].c_str(), values.c_str());
         }
@@ -263,9 +264,10 @@ ParameterSet ParametersFor(const EffectLibrary& library, const CatalogueEntry& e
                             (known.empty() ? " (it has no presets)" : "; it has " + known));
         }
         EffectPtr effect = library.Create(entry.index);
-        for (const ParameterSpec& spec : entry.parameters) {
+        for (const ParameterSpec& parameter : entry.parameters) {
             ParameterData data{};
-            if (effect && effect->GetPresetValue(chosen, spec.index, &data)) set.values[spec.index] = data;
+            if (effect && effect->GetPresetValue(chosen, parameter.index, &data))
+                set.values[parameter.index] = data;
         }
     }
     ApplySettings(set, entry.parameters, args.All("set"), entry.name);

@@ -31,8 +31,8 @@ double DisplayFromNormalised(const ParameterInfo& info, float value) {
            static_cast<double>(value) * (static_cast<double>(info.maximum) - info.minimum);
 }
 
-[[noreturn]] void Reject(const ParameterSpec& spec, std::string_view text, const std::string& expected) {
-    throw HostError("bad value \"" + std::string(text) + "\" for parameter \"" + spec.shownName +
+[[noreturn]] void Reject(const ParameterSpec& parameter, std::string_view text, const std::string& expected) {
+    throw HostError("bad value \"" + std::string(text) + "\" for parameter \"" + parameter.shownName +
                     "\": " + expected);
 }
 
@@ -42,22 +42,23 @@ std::vector<ParameterSpec> ReadParameters(IVideoEffect* effect) {
     std::vector<ParameterSpec> specs;
     // A bound keeps a misbehaving library from looping us forever.
     for (int index = 0; index < 256; ++index) {
-        ParameterSpec spec;
-        std::memset(&spec.info, 0, sizeof spec.info);
-        if (!effect->GetParameterInfo(index, &spec.info)) break;
-        spec.index = index;
-        spec.rawName = FixedText(spec.info.name, sizeof spec.info.name);
-        spec.shownName = ShownName(spec.rawName);
-        if (spec.info.type == kParamChoice) {
-            int count = spec.info.choiceCount;
+        ParameterSpec parameter;
+        std::memset(&parameter.info, 0, sizeof parameter.info);
+        if (!effect->GetParameterInfo(index, &parameter.info)) break;
+        parameter.index = index;
+        parameter.rawName = FixedText(parameter.info.name, sizeof parameter.info.name);
+        parameter.shownName = ShownName(parameter.rawName);
+        if (parameter.info.type == kParamChoice) {
+            int count = parameter.info.choiceCount;
             if (count < 0) count = 0;
             if (count > 10) count = 10;
             for (int i = 0; i < count; ++i) {
                 // An option may run on into the next field; read to the end of the array.
-                spec.choices.push_back(FixedText(spec.info.choices[i], sizeof spec.info.choices - 20 * i));
+                parameter.choices.push_back(
+                    FixedText(parameter.info.choices[i], sizeof parameter.info.choices - 20 * i));
             }
         }
-        specs.push_back(std::move(spec));
+        specs.push_back(std::move(parameter));
     }
     return specs;
 }
@@ -79,10 +80,10 @@ const char* TypeName(int32_t type) {
     }
 }
 
-std::string RangeText(const ParameterSpec& spec) {
-    switch (spec.info.type) {
+std::string RangeText(const ParameterSpec& parameter) {
+    switch (parameter.info.type) {
         case kParamFloat:
-            return FormatNumber(spec.info.minimum) + " .. " + FormatNumber(spec.info.maximum);
+            return FormatNumber(parameter.info.minimum) + " .. " + FormatNumber(parameter.info.maximum);
         case kParamPoint:
             return "x,y % (0,0 bottom left)";
         case kParamColour:
@@ -90,17 +91,17 @@ std::string RangeText(const ParameterSpec& spec) {
         case kParamBool:
             return "on/off";
         case kParamChoice:
-            return std::to_string(spec.choices.size()) + " options";
+            return std::to_string(parameter.choices.size()) + " options";
         default:
             return "";
     }
 }
 
-std::string DisplayValue(const ParameterSpec& spec, const ParameterData& value) {
+std::string DisplayValue(const ParameterSpec& parameter, const ParameterData& value) {
     char buffer[64];
-    switch (spec.info.type) {
+    switch (parameter.info.type) {
         case kParamFloat:
-            return FormatNumber(DisplayFromNormalised(spec.info, value.number));
+            return FormatNumber(DisplayFromNormalised(parameter.info, value.number));
         case kParamPoint:
             return FormatNumber(value.point[0] * 100.0) + "," + FormatNumber(value.point[1] * 100.0);
         case kParamColour:
@@ -110,26 +111,26 @@ std::string DisplayValue(const ParameterSpec& spec, const ParameterData& value) 
         case kParamBool:
             return value.flag ? "on" : "off";
         case kParamChoice:
-            if (value.choice >= 0 && static_cast<size_t>(value.choice) < spec.choices.size())
-                return "\"" + spec.choices[value.choice] + "\"";
+            if (value.choice >= 0 && static_cast<size_t>(value.choice) < parameter.choices.size())
+                return "\"" + parameter.choices[value.choice] + "\"";
             return std::to_string(value.choice);
         default:
             return "?";
     }
 }
 
-ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawText) {
+ParameterData ParseDisplayValue(const ParameterSpec& parameter, std::string_view rawText) {
     ParameterData data{};
     std::string text = Trim(rawText);
-    switch (spec.info.type) {
+    switch (parameter.info.type) {
         case kParamFloat: {
-            double minimum = spec.info.minimum;
-            double maximum = spec.info.maximum;
+            double minimum = parameter.info.minimum;
+            double maximum = parameter.info.maximum;
             double display = 0;
             std::string expected = "a number from " + FormatNumber(minimum) + " to " + FormatNumber(maximum);
-            if (!ParseDouble(text, display)) Reject(spec, rawText, expected);
+            if (!ParseDouble(text, display)) Reject(parameter, rawText, expected);
             if (display < minimum || display > maximum)
-                Reject(spec, rawText, "out of range, expected " + expected);
+                Reject(parameter, rawText, "out of range, expected " + expected);
             double span = maximum - minimum;
             data.number = span == 0.0 ? 0.0f : static_cast<float>((display - minimum) / span);
             return data;
@@ -142,7 +143,7 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
                 hex.erase(0, 2);
             bool ok = hex.size() == 6;
             for (char c : hex) ok = ok && std::isxdigit(static_cast<unsigned char>(c));
-            if (!ok) Reject(spec, rawText, "a colour as #rrggbb");
+            if (!ok) Reject(parameter, rawText, "a colour as #rrggbb");
             unsigned long rgb = std::strtoul(hex.c_str(), nullptr, 16);
             uint32_t red = (rgb >> 16) & 0xFF, green = (rgb >> 8) & 0xFF, blue = rgb & 0xFF;
             data.colour = red | (green << 8) | (blue << 16);
@@ -153,9 +154,9 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
             double x = 0, y = 0;
             std::string expected = "a point as x,y in percent of the frame, each 0 to 100";
             if (parts.size() != 2 || !ParseDouble(parts[0], x) || !ParseDouble(parts[1], y))
-                Reject(spec, rawText, expected);
+                Reject(parameter, rawText, expected);
             if (x < 0 || x > 100 || y < 0 || y > 100)
-                Reject(spec, rawText, "out of range, expected " + expected);
+                Reject(parameter, rawText, "out of range, expected " + expected);
             data.point[0] = static_cast<float>(x / 100.0);
             data.point[1] = static_cast<float>(y / 100.0);
             return data;
@@ -167,51 +168,53 @@ ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view rawT
             else if (lower == "off" || lower == "false" || lower == "no" || lower == "0")
                 data.flag = 0;
             else
-                Reject(spec, rawText, "on or off");
+                Reject(parameter, rawText, "on or off");
             return data;
         }
         case kParamChoice: {
             std::string lower = ToLower(text);
-            for (size_t i = 0; i < spec.choices.size(); ++i) {
-                if (ToLower(spec.choices[i]) == lower) {
+            for (size_t i = 0; i < parameter.choices.size(); ++i) {
+                if (ToLower(parameter.choices[i]) == lower) {
                     data.choice = static_cast<int32_t>(i);
                     return data;
                 }
             }
             long long index = 0;
-            if (ParseInt(text, index) && index >= 0 && index < static_cast<long long>(spec.choices.size())) {
+            if (ParseInt(text, index) && index >= 0 &&
+                index < static_cast<long long>(parameter.choices.size())) {
                 data.choice = static_cast<int32_t>(index);
                 return data;
             }
             std::string options;
-            for (size_t i = 0; i < spec.choices.size(); ++i)
-                options += (i ? ", \"" : "\"") + spec.choices[i] + "\"";
-            Reject(spec, rawText, "one of " + options + " or an index from 0");
+            for (size_t i = 0; i < parameter.choices.size(); ++i)
+                options += (i ? ", \"" : "\"") + parameter.choices[i] + "\"";
+            Reject(parameter, rawText, "one of " + options + " or an index from 0");
         }
         default:
-            Reject(spec, rawText, "the parameter has an unknown type");
+            Reject(parameter, rawText, "the parameter has an unknown type");
     }
 }
 
 const ParameterSpec& FindParameter(const std::vector<ParameterSpec>& specs, std::string_view name,
                                    const std::string& effectName) {
     std::string wanted = ToLower(Trim(name));
-    for (const ParameterSpec& spec : specs)
-        if (ToLower(spec.shownName) == wanted || ToLower(spec.rawName) == wanted) return spec;
+    for (const ParameterSpec& parameter : specs)
+        if (ToLower(parameter.shownName) == wanted || ToLower(parameter.rawName) == wanted) return parameter;
     long long index = 0;
     if (ParseInt(wanted, index) && index >= 0 && index < static_cast<long long>(specs.size()))
         return specs[index];
     std::string known;
-    for (const ParameterSpec& spec : specs) known += (known.empty() ? "\"" : ", \"") + spec.shownName + "\"";
+    for (const ParameterSpec& parameter : specs)
+        known += (known.empty() ? "\"" : ", \"") + parameter.shownName + "\"";
     throw HostError("unknown parameter \"" + std::string(name) + "\" for " + effectName +
                     (specs.empty() ? " (it has no parameters)" : "; it has " + known));
 }
 
 ParameterSet DefaultParameters(const std::vector<ParameterSpec>& specs) {
     ParameterSet set;
-    for (const ParameterSpec& spec : specs) {
-        set.types.push_back(spec.info.type);
-        set.values.push_back(spec.info.value);
+    for (const ParameterSpec& parameter : specs) {
+        set.types.push_back(parameter.info.type);
+        set.values.push_back(parameter.info.value);
     }
     return set;
 }
@@ -223,8 +226,9 @@ void ApplySettings(ParameterSet& set, const std::vector<ParameterSpec>& specs,
         size_t equals = setting.rfind('=');
         if (equals == std::string::npos || equals == 0)
             throw HostError("--set expects NAME=VALUE, got \"" + setting + "\"");
-        const ParameterSpec& spec = FindParameter(specs, setting.substr(0, equals), effectName);
-        set.values[spec.index] = ParseDisplayValue(spec, std::string_view(setting).substr(equals + 1));
+        const ParameterSpec& parameter = FindParameter(specs, setting.substr(0, equals), effectName);
+        set.values[parameter.index] =
+            ParseDisplayValue(parameter, std::string_view(setting).substr(equals + 1));
     }
 }
 

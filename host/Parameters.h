@@ -23,14 +23,14 @@ struct ParameterSpec {
 std::vector<ParameterSpec> ReadParameters(IVideoEffect* effect);
 
 const char* TypeName(int32_t type);
-std::string RangeText(const ParameterSpec& spec);
-std::string DisplayValue(const ParameterSpec& spec, const ParameterData& value);
+std::string RangeText(const ParameterSpec& parameter);
+std::string DisplayValue(const ParameterSpec& parameter, const ParameterData& value);
 
 // Parses a value in display units: Float in the displayed range, Colour as
 // #rrggbb, Point as "x,y" in percent of the frame, Choice by option text or
 // index, Bool as on/off/true/false/yes/no/1/0. Throws HostError naming the
 // parameter and the accepted form.
-ParameterData ParseDisplayValue(const ParameterSpec& spec, std::string_view text);
+ParameterData ParseDisplayValue(const ParameterSpec& parameter, std::string_view text);
 
 // Finds a parameter by its shown name, its raw name or its index; throws a
 // HostError listing the parameters when nothing matches.

@@ -230,9 +230,7 @@ CShake::CShake() : VideoEffectBase(kShakeDescriptor) {}
 bool CShake::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                     RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const float horizontal = read.Float(0);
     const float vertical = read.Float(1);

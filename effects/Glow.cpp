@@ -66,10 +66,6 @@ void ClearIfInteriorEmpty(Picture& picture, int32_t width, int32_t height) {
     if (width <= 4 || height <= 4) PictureOps::FillPicture(picture, 0);
 }
 
-float ClampUnit(float p) {
-    return p < 0.0f ? 0.0f : (p > 1.0f ? 1.0f : p);
-}
-
 int32_t OverlapWidth(const Picture& a, const Picture& b) {
     return (a.data == nullptr || b.data == nullptr) ? 0 : std::min(a.width, b.width);
 }
@@ -246,7 +242,7 @@ CGlow::CGlow() : VideoEffectBase(kGlowDescriptor) {}
 bool CGlow::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
     MemoryAllocator allocator(host);
-    const float p = ClampUnit(ProgressAsFloat(info));
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const uint32_t colour = read.Colour(0);
     const float blur = read.Float(1) * 0.2f;
@@ -271,7 +267,7 @@ CHalo::CHalo() : VideoEffectBase(kHaloDescriptor) {}
 bool CHalo::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
     MemoryAllocator allocator(host);
-    const float p = ClampUnit(ProgressAsFloat(info));
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const float haloWidth = read.Float(0);
     const float rim = read.Float(1);

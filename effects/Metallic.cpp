@@ -138,8 +138,7 @@ CMetallic::CMetallic() : VideoEffectBase(kMetallicDescriptor) {}
 bool CMetallic::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                        RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    p = p < 0.0f ? 0.0f : (p > 1.0f ? 1.0f : p);
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const uint32_t colour = read.Colour(0);
     const float shine = read.Float(1);

@@ -139,9 +139,7 @@ void SweepDown(const OverlayStyle& style, const Picture& a, const Picture& b, Pi
 void RenderOverlay(const OverlayStyle& style, IVideoHost* host, ImageDesc* first, ImageDesc* second,
                    ImageDesc* output, RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    if (p < 0.0f) p = 0.0f;
-    if (p > 1.0f) p = 1.0f;
+    float p = ClampProgress(info);
     ParameterReader read(host);
     const bool reverse = read.Bool(0);
     if (style.kind == OverlayKind::Star) read.Float(1);  // read, and 0.5 used in its place
@@ -205,7 +203,8 @@ void RenderOverlay(const OverlayStyle& style, IVideoHost* host, ImageDesc* first
         if (!style.sideways) {
             const int64_t rows = std::min<int64_t>(trail, height) - lead - (lead >= 0 ? 1 : 0);
             resized.height = static_cast<int32_t>(std::clamp<int64_t>(rows, 0, extent));
-            firstRow = static_cast<int32_t>(std::clamp<int64_t>(-static_cast<int64_t>(lead), 0, resized.height));
+            firstRow =
+                static_cast<int32_t>(std::clamp<int64_t>(-static_cast<int64_t>(lead), 0, resized.height));
         }
         if (ready) {
             // The sign reads all of O, its extra column included. Down the
@@ -220,8 +219,8 @@ void RenderOverlay(const OverlayStyle& style, IVideoHost* host, ImageDesc* first
             }
             if (resized.height > 0)
                 KernelResize4FromRow(bitmap.data, {bitmap.width, bitmap.height}, bitmap.pitch,
-                                     {0, 0, bitmap.width, bitmap.height}, overlay.data, overlay.pitch, resized,
-                                     xFactor, yFactor, style.interpolation, firstRow);
+                                     {0, 0, bitmap.width, bitmap.height}, overlay.data, overlay.pitch,
+                                     resized, xFactor, yFactor, style.interpolation, firstRow);
         }
         if (ready && style.kind == OverlayKind::Ribbon) {
             // Twice as high as O, and only its first O-high rows are written

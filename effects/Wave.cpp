@@ -242,9 +242,7 @@ CWave::CWave() : VideoEffectBase(kWaveDescriptor) {}
 bool CWave::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
     MemoryAllocator allocator(host);
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
+    const float p = ClampProgress(info);
     ParameterReader read(host);
     const float rate = read.Float(0);
     const float strength = read.Float(1);

@@ -29,13 +29,6 @@ const EffectDescriptor kZoomblurDescriptor{"Corvane Zoom Blur", 5, kZoomblurPara
 
 }  // namespace
 
-float ClampProgress(const RenderInfo* info) {
-    float p = ProgressAsFloat(info);
-    if (p > 1.0f) p = 1.0f;
-    if (p < 0.0f) p = 0.0f;
-    return p;
-}
-
 float Log2Float(float x) {
     return std::log(x) / std::log(2.0f);
 }

@@ -20,9 +20,6 @@ namespace halcyra {
 // bounds the work for absurd ones.
 inline constexpr int32_t kMaxDoublingPasses = 64;
 
-// The host's progress as a float held to 0..1; not a number stays as it is.
-float ClampProgress(const RenderInfo* info);
-
 // log(x) / log(2) in 32-bit floats, the form every pass count is taken from.
 float Log2Float(float x);
 

@@ -45,6 +45,13 @@ float ProgressAsFloat(const RenderInfo* info) {
     return info != nullptr ? static_cast<float>(info->progress) : 0.0f;
 }
 
+float ClampProgress(const RenderInfo* info) {
+    float p = ProgressAsFloat(info);
+    if (p > 1.0f) p = 1.0f;
+    if (p < 0.0f) p = 0.0f;
+    return p;
+}
+
 double TimeOf(const RenderInfo* info) {
     return info != nullptr ? info->time : 0.0;
 }

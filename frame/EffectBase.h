@@ -102,6 +102,8 @@ struct RenderFrames {
 };
 
 float ProgressAsFloat(const RenderInfo* info);  // 0 without a record
-double TimeOf(const RenderInfo* info);          // 0 without a record
+// The progress as a float held to 0..1 (a NaN stays NaN: both tests fail).
+float ClampProgress(const RenderInfo* info);
+double TimeOf(const RenderInfo* info);  // 0 without a record
 
 }  // namespace halcyra

@@ -143,6 +143,10 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
         static const float kernel[9] = {-1, -1, -1, -1, 8.5f, -1, -1, -1, -1};
         t.convolve(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, kernel, 3, 3, 1, 1);
     });
+    Register("Convolve3x3/wholeNumbers", cpuClass, [=](const KernelTable& t) {
+        static const float kernel[9] = {1, 1, 1, 1, -7, 1, 1, 1, 1};
+        t.convolve(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, kernel, 3, 3, 1, 1);
+    });
     for (int32_t length : {21, 201}) {
         const std::vector<int32_t> k = Triangle(length);
         const FilterDivisor divisor = FilterDivisorRule(Sum(k));
@@ -158,7 +162,7 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
     Register("Mean5x5", cpuClass, [=](const KernelTable& t) {
         t.mean(M1().Origin(), M1().pitch, M2().Origin(), M2().pitch, w, h, 55);
     });
-    for (int32_t diameter : {11, 21, 51, 101}) {
+    for (int32_t diameter : {11, 21, 51, 75, 101}) {
         if (reference && diameter > 21) continue;  // the direct form takes seconds per frame there
         std::vector<uint8_t> mask(static_cast<size_t>(diameter) * diameter);
         const int32_t r = diameter >> 1;
@@ -168,7 +172,7 @@ void RegisterAll(CpuClass cpuClass, bool reference) {
         DilateState* state = nullptr;
         KernelDilateCreate(w, mask.data(), {diameter, diameter}, {r, r}, &state);
         Register("DilateDisc" + std::to_string(diameter), cpuClass, [=](const KernelTable& t) {
-            t.dilate(A().Origin(), A().pitch, C().Origin(), C().pitch, w, h, *state);
+            t.dilate(A().Origin(), A().pitch, {w, h}, C().Origin(), C().pitch, {0, 0}, {w, h}, *state);
         });
     }
 }

@@ -130,8 +130,33 @@ void HaloMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t he
                 float rim, float u, MemoryAllocator& allocator) {
     const int32_t diameter =
         (TruncToInt32(haloWidth * static_cast<float>(height) * 0.1f) & 0xfffe) + 1;  // odd
-    const int32_t rimWeight = TruncToInt32(rim * 255.0f * u);
-    if (!MarginUsable(width, height, 2 * diameter)) return;
+    HaloStep(mixed, output, width, height, diameter, TruncToInt32(rim * 255.0f * u), allocator);
+}
+
+// Steps common to both transitions around the middle step.
+template <class MiddleStep>
+void RenderTempoTransition(RenderFrames& frames, MemoryAllocator& allocator, float p, float tempo,
+                           float crossFade, MiddleStep middle) {
+    Picture mixed;
+    mixed.Allocate(frames.width, frames.height, 4, &allocator);  // a failure shows as no-op steps
+    CrossFadeInto(frames.inputs[0], frames.inputs[1], mixed, p, crossFade);
+    const TempoCurve curve = TempoCurveAt(p, tempo);
+    // At the full weight (or above it, which the blend clamps) the put-back
+    // replaces every pixel the middle step could write, d(x * 255) being x,
+    // so that step is skipped.
+    if (curve.crossFadeWeight < 255) middle(mixed, curve.u);
+    if (curve.crossFadeWeight != 0)
+        PictureOps::BlendPictures(mixed, frames.output, curve.crossFadeWeight,
+                                  WrapSub(255, curve.crossFadeWeight));
+}
+
+}  // namespace
+
+// The halo step read literally: the dilation, the rims and the softening over
+// work pictures with margins of twice the diameter.
+void HaloStepLiteral(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t diameter,
+                     int32_t rimWeight, MemoryAllocator& allocator) {
+    if (mixed.data == nullptr || !MarginUsable(width, height, 2 * diameter)) return;
     const int32_t workWidth = width + 2 * diameter;
     const int32_t workHeight = height + 2 * diameter;
     Picture a;
@@ -159,24 +184,48 @@ void HaloMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t he
     PictureOps::CopyPictureRect(a, diameter, diameter, width, height, output, 0, 0);
 }
 
-// Steps common to both transitions around the middle step.
-template <class MiddleStep>
-void RenderTempoTransition(RenderFrames& frames, MemoryAllocator& allocator, float p, float tempo,
-                           float crossFade, MiddleStep middle) {
-    Picture mixed;
-    mixed.Allocate(frames.width, frames.height, 4, &allocator);  // a failure shows as no-op steps
-    CrossFadeInto(frames.inputs[0], frames.inputs[1], mixed, p, crossFade);
-    const TempoCurve curve = TempoCurveAt(p, tempo);
-    // At the full weight (or above it, which the blend clamps) the put-back
-    // replaces every pixel the middle step could write, d(x * 255) being x,
-    // so that step is skipped.
-    if (curve.crossFadeWeight < 255) middle(mixed, curve.u);
-    if (curve.crossFadeWeight != 0)
-        PictureOps::BlendPictures(mixed, frames.output, curve.crossFadeWeight,
-                                  WrapSub(255, curve.crossFadeWeight));
+// The same step computed only where it reaches the output. An output pixel
+// reads the softening's 3x3 window of the blend, which reads the edge kernel's
+// window of the dilated picture: the dilated picture is needed two pixels
+// around the frame and no further. The work picture the dilation reads is the
+// mixed picture without its outer two pixels, replicated outward, and the
+// dilation replicates its border too, so it can read that inner picture
+// directly with its border replicated. Where the rim pixels of the literal
+// work pictures would reach the output (a diameter of 1) or the inner picture
+// is empty, the literal form runs.
+void HaloStep(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t diameter,
+              int32_t rimWeight, MemoryAllocator& allocator) {
+    // Sizes no in-range parameter gives are refused by both forms alike, and
+    // without a mixed picture there is nothing to work on.
+    if (mixed.data == nullptr || !MarginUsable(width, height, 2 * diameter)) return;
+    if (diameter < 3 || width <= 4 || height <= 4) {
+        HaloStepLiteral(mixed, output, width, height, diameter, rimWeight, allocator);
+        return;
+    }
+    Picture inner;
+    Picture dilated;
+    Picture near;  // the dilated picture one pixel around the frame
+    if (!inner.Attach(mixed.PixelAddress(2, 2), width - 4, height - 4, mixed.pitch, 4) ||
+        !dilated.Allocate(width + 4, height + 4, 4, &allocator) ||
+        !PictureOps::MorphPictureRegion(inner, dilated, diameter, {-4, -4}, nullptr) ||
+        !near.Attach(dilated.PixelAddress(1, 1), width + 2, height + 2, dilated.pitch, 4))
+        return;
+    // Pixel (1, 1) of a picture around the frame lands on the output's (0, 0).
+    auto soften = [&](const Picture& around) {
+        KernelConvolve(around.PixelAddress(1, 1), around.pitch, output.data, output.pitch, {width, height},
+                       kHaloSoftKernel, {3, 3}, {1, 1});
+    };
+    if (rimWeight == 0) {  // the blend would give back the dilated picture, as above
+        soften(near);
+        return;
+    }
+    Picture edges;
+    if (!edges.Allocate(width + 2, height + 2, 4, &allocator)) return;
+    KernelConvolve(near.data, near.pitch, edges.data, edges.pitch, {width + 2, height + 2}, kHaloEdgeKernel,
+                   {3, 3}, {1, 1});
+    PictureOps::BlendPictures(near, edges, WrapSub(255, rimWeight), rimWeight);
+    soften(edges);
 }
-
-}  // namespace
 
 TempoCurve TempoCurveAt(float p, float tempo) {
     float t = p * 2.0f;

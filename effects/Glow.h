@@ -44,6 +44,16 @@ void CrossFadeInto(const Picture& first, const Picture& second, Picture& mixed, 
 bool TriangularBlur(const Picture& source, Picture& destination, int32_t width, int32_t height, int32_t taps,
                     MemoryAllocator& allocator);
 
+// Halo's middle step over the mixed picture's W x H area into the output at
+// (0, 0), for an odd diameter and a rim weight: the dilation, the rims and the
+// softening. HaloStep computes only what reaches the output; HaloStepLiteral
+// runs every step over work pictures with full margins. Both give the same
+// bytes, and both leave the output as it was when memory runs out.
+void HaloStep(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t diameter,
+              int32_t rimWeight, MemoryAllocator& allocator);
+void HaloStepLiteral(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t diameter,
+                     int32_t rimWeight, MemoryAllocator& allocator);
+
 class CGlow final : public VideoEffectBase {
 public:
     CGlow();

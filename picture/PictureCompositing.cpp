@@ -75,7 +75,12 @@ bool ConvolvePicture(const Picture& source, Picture& destination, const float* k
                           destination.pitch, region, kernel, {size, size}, {half, half}) == kStatusOk;
 }
 
-bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter, MemoryAllocator* allocator) {
+namespace {
+
+// The disc of the given diameter through the allocator, a dilation state for
+// rows of `width` pixels, and one run of `dilate` with it.
+template <class Run>
+bool DilateByDisc(int32_t diameter, int32_t width, MemoryAllocator* allocator, Run dilate) {
     if (diameter <= 0 || static_cast<int64_t>(diameter) * diameter > UINT32_MAX) return false;
     const int32_t radius = diameter >> 1;
     MemoryHandle memory(allocator);
@@ -88,17 +93,34 @@ bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter,
         for (int32_t x = 0; x < diameter; ++x)
             if ((x - radius) * (x - radius) + (y - radius) * (y - radius) <= radius * radius)
                 mask[static_cast<size_t>(y) * diameter + x] = 1;
-    const KernelSize size = Overlap(source, destination);
     DilateState* state = nullptr;
     int32_t status =
-        KernelDilateCreate(std::max(size.width, 1), mask, {diameter, diameter}, {radius, radius}, &state);
+        KernelDilateCreate(std::max(width, 1), mask, {diameter, diameter}, {radius, radius}, &state);
     if (status == kStatusOk) {
-        status = KernelDilate(source.data, source.pitch, destination.data, destination.pitch, size,
-                              kBorderReplicate, state);
+        status = dilate(state);
         KernelDilateFree(state);
     }
     memory.Free(block);
     return status == kStatusOk;
+}
+
+}  // namespace
+
+bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter, MemoryAllocator* allocator) {
+    const KernelSize size = Overlap(source, destination);
+    return DilateByDisc(diameter, size.width, allocator, [&](DilateState* state) {
+        return KernelDilate(source.data, source.pitch, destination.data, destination.pitch, size,
+                            kBorderReplicate, state);
+    });
+}
+
+bool MorphPictureRegion(const Picture& source, Picture& destination, int32_t diameter, KernelPoint origin,
+                        MemoryAllocator* allocator) {
+    const KernelSize size{destination.width, destination.height};
+    return DilateByDisc(diameter, size.width, allocator, [&](DilateState* state) {
+        return KernelDilateRegion(source.data, source.pitch, {source.width, source.height}, destination.data,
+                                  destination.pitch, origin, size, state);
+    });
 }
 
 }  // namespace halcyra::PictureOps

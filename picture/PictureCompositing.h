@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "picture/Picture.h"
+#include "picture/kernels/KernelTypes.h"
 
 namespace halcyra {
 class MemoryAllocator;
@@ -49,5 +50,10 @@ bool ConvolvePicture(const Picture& source, Picture& destination, const float* k
 // Grey dilation by a disc of the given diameter, borders replicated. The mask
 // comes from the allocator (null: the heap).
 bool MorphPicture(const Picture& source, Picture& destination, int32_t diameter, MemoryAllocator* allocator);
+// The same dilation seen through a window: destination pixel (x, y) is the
+// dilation at source position origin + (x, y), over the whole destination,
+// with every position outside the source reading its nearest source pixel.
+bool MorphPictureRegion(const Picture& source, Picture& destination, int32_t diameter, KernelPoint origin,
+                        MemoryAllocator* allocator);
 
 }  // namespace halcyra::PictureOps

@@ -159,15 +159,16 @@ inline void Mean(const uint8_t* source, int32_t sourcePitch, uint8_t* destinatio
     }
 }
 
-inline void Dilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                   int32_t width, int32_t height, DilateState& state) {
-    for (int32_t y = 0; y < height; ++y) {
+inline void Dilate(const uint8_t* source, int32_t sourcePitch, KernelSize sourceSize, uint8_t* destination,
+                   int32_t destinationPitch, KernelPoint origin, KernelSize size, DilateState& state) {
+    for (int32_t y = 0; y < size.height; ++y) {
         uint8_t* out = RowAt(destination, destinationPitch, y);
-        for (int32_t x = 0; x < width; ++x) {
+        for (int32_t x = 0; x < size.width; ++x) {
             uint8_t best[4] = {0, 0, 0, 0};
             for (const KernelPoint& m : state.members) {
-                const uint8_t* p = RowAt(source, sourcePitch, ClampInt(y + m.y, 0, height - 1)) +
-                                   4 * ClampInt(x + m.x, 0, width - 1);
+                const int32_t row = ClampInt(origin.y + y + m.y, 0, sourceSize.height - 1);
+                const int32_t column = ClampInt(origin.x + x + m.x, 0, sourceSize.width - 1);
+                const uint8_t* p = RowAt(source, sourcePitch, row) + 4 * column;
                 for (int c = 0; c < 4; ++c) best[c] = std::max(best[c], p[c]);
             }
             std::memcpy(out + 4 * x, best, 4);
@@ -374,136 +375,6 @@ inline bool SlidingRows(const uint8_t* source, int32_t sourcePitch, uint8_t* des
         }
     }
     return true;
-}
-
-// Dilation by nested runs. With the groups G0 (widest) .. Gn-1 and Win[a,b] the
-// running maximum over offsets a..b along the row:
-//   T = rows(G0); T = max(Win[G(m-1) - Gm](T), rows(Gm)) for m = 1..n-1;
-//   out = Win[Gn-1](T)
-// where rows(G) is the maximum of the group's source rows with replicated
-// ends. The windows add up to the widest run, so a disc of diameter D costs
-// O(D) row passes per output row instead of O(D^2) members per pixel.
-inline void MaxStep(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, bool right) {
-    auto edge = [&](int32_t b) {
-        uint8_t v = in[b];
-        if (left && b >= 4) v = std::max(v, in[b - 4]);
-        if (right && b + 4 < bytes) v = std::max(v, in[b + 4]);
-        out[b] = v;
-    };
-    const int32_t lo = std::min(4, bytes);
-    const int32_t hi = std::max(lo, bytes - 4);
-    for (int32_t b = 0; b < lo; ++b) edge(b);
-    if (left && right) {
-        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(std::max(in[b - 4], in[b]), in[b + 4]);
-    } else if (left) {
-        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(in[b - 4], in[b]);
-    } else {
-        for (int32_t b = lo; b < hi; ++b) out[b] = std::max(in[b], in[b + 4]);
-    }
-    for (int32_t b = hi; b < bytes; ++b) edge(b);
-}
-
-// The last step of a window fused with the merge of a group's rows (one or
-// two; a lone row is passed twice): one pass instead of three.
-template <bool kLeft, bool kRight>
-inline void StepMergeRange(const uint8_t* in, uint8_t* out, int32_t from, int32_t to, const uint8_t* r0,
-                           const uint8_t* r1) {
-    for (int32_t b = from; b < to; ++b) {
-        uint8_t v = in[b];
-        if constexpr (kLeft) v = std::max(v, in[b - 4]);
-        if constexpr (kRight) v = std::max(v, in[b + 4]);
-        out[b] = std::max(v, std::max(r0[b], r1[b]));
-    }
-}
-
-inline void StepMerge(const uint8_t* in, uint8_t* out, int32_t bytes, bool left, bool right,
-                      const uint8_t* r0, const uint8_t* r1) {
-    MaxStep(in, out, bytes, left, right);  // the ends; the middle is overwritten below
-    if (bytes <= 8) {
-        for (int32_t b = 0; b < bytes; ++b) out[b] = std::max(out[b], std::max(r0[b], r1[b]));
-        return;
-    }
-    for (int32_t b = 0; b < 4; ++b) {
-        out[b] = std::max(out[b], std::max(r0[b], r1[b]));
-        out[bytes - 4 + b] = std::max(out[bytes - 4 + b], std::max(r0[bytes - 4 + b], r1[bytes - 4 + b]));
-    }
-    if (left && right)
-        StepMergeRange<true, true>(in, out, 4, bytes - 4, r0, r1);
-    else if (left)
-        StepMergeRange<true, false>(in, out, 4, bytes - 4, r0, r1);
-    else
-        StepMergeRange<false, true>(in, out, 4, bytes - 4, r0, r1);
-}
-
-// The fast form reads rows that carry `pad` replicated pixels on each side, so
-// that every pass is one plain loop over a whole row. The extended rows live in
-// a ring in the state, one slot per row of the mask's reach; each source row is
-// extended once, when it first comes into reach.
-inline void DilateRuns(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
-                       int32_t destinationPitch, int32_t width, int32_t height, DilateState& state) {
-    if (!state.nestedRuns) {
-        Dilate(source, sourcePitch, destination, destinationPitch, width, height, state);
-        return;
-    }
-    const int32_t pad = state.pad;
-    const size_t rowBytes = (static_cast<size_t>(width) + 2 * static_cast<size_t>(pad)) * 4;
-    const int32_t bytes = static_cast<int32_t>(rowBytes);
-    uint8_t* ring = state.ring.data();
-    int32_t extendedUpTo = -1;
-    auto extend = [&](int32_t y) {
-        const uint8_t* in = RowAt(source, sourcePitch, y);
-        uint8_t* row = ring + rowBytes * static_cast<size_t>(y % state.ringRows);
-        std::memcpy(row + 4 * pad, in, static_cast<size_t>(width) * 4);
-        for (int32_t x = 0; x < pad; ++x) {
-            std::memcpy(row + 4 * x, in, 4);
-            std::memcpy(row + 4 * (pad + width + x), in + 4 * (width - 1), 4);
-        }
-    };
-    auto sourceRow = [&](int32_t y) {
-        return ring + rowBytes * static_cast<size_t>(ClampInt(y, 0, height - 1) % state.ringRows);
-    };
-    uint8_t* t = state.work.data();
-    uint8_t* spare = t + (static_cast<size_t>(state.width) + 2 * static_cast<size_t>(pad)) * 4;
-    auto window = [&](int32_t lo, int32_t hi) {
-        while (lo < 0 || hi > 0) {
-            const bool left = (lo < 0), right = (hi > 0);
-            MaxStep(t, spare, bytes, left, right);
-            std::swap(t, spare);
-            if (lo < 0) ++lo;
-            if (hi > 0) --hi;
-        }
-    };
-    for (int32_t y = 0; y < height; ++y) {
-        while (extendedUpTo < ClampInt(y + state.lastRow, 0, height - 1)) extend(++extendedUpTo);
-        for (size_t m = 0; m < state.groups.size(); ++m) {
-            const DilateState::RunGroup& g = state.groups[m];
-            size_t k = 0;
-            if (m == 0) {
-                std::memcpy(t, sourceRow(y + g.rowOffsets[0]), rowBytes);
-                k = 1;
-            } else {
-                const int32_t lo = state.groups[m - 1].lo - g.lo, hi = state.groups[m - 1].hi - g.hi;
-                if (lo < 0 || hi > 0) {
-                    // All steps but the last, then the last fused with the first two rows.
-                    const bool lastLeft = (lo < 0), lastRight = (hi > 0);
-                    window(lastLeft ? lo + 1 : 0, lastRight ? hi - 1 : 0);
-                    const uint8_t* r0 = sourceRow(y + g.rowOffsets[0]);
-                    k = std::min<size_t>(2, g.rowOffsets.size());
-                    StepMerge(t, spare, bytes, lastLeft, lastRight, r0, sourceRow(y + g.rowOffsets[k - 1]));
-                    std::swap(t, spare);
-                }
-            }
-            for (; k < g.rowOffsets.size(); ++k) {
-                const uint8_t* in = sourceRow(y + g.rowOffsets[k]);
-                for (int32_t b = 0; b < bytes; ++b) t[b] = std::max(t[b], in[b]);
-            }
-        }
-        const DilateState::RunGroup& last = state.groups.back();
-        const int32_t shift = last.lo > 0 ? last.lo : (last.hi < 0 ? last.hi : 0);
-        window(last.lo - shift, last.hi - shift);
-        std::memcpy(RowAt(destination, destinationPitch, y), t + (pad + shift) * 4,
-                    static_cast<size_t>(width) * 4);
-    }
 }
 
 }  // namespace loops

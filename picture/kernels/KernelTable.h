@@ -15,7 +15,7 @@ namespace halcyra {
 // The mask of a dilation in two forms: the plain member list that the
 // reference walks, and, when every mask row is one run and the runs nest, the
 // run groups from the widest to the narrowest that the fast form chains, with
-// that form's work rows. A state serves one dilation at a time.
+// that form's rows. A state serves one dilation at a time.
 struct DilateState {
     struct RunGroup {
         int32_t lo;                       // first member column minus the anchor column
@@ -26,12 +26,23 @@ struct DilateState {
     std::vector<KernelPoint> members;  // (column - anchor x, row - anchor y)
     bool nestedRuns = false;
     std::vector<RunGroup> groups;
-    int32_t pad = 0;            // pixels of room on each side of a work row
-    std::vector<uint8_t> work;  // two work rows of (width + 2 pad) pixels
-    int32_t lastRow = 0;        // offset of the last member row from the anchor row
-    int32_t ringRows = 1;       // rows of the mask's reach, first to last
-    std::vector<uint8_t> ring;  // that many source rows with their ends replicated
+    int32_t reachLeft = 0;   // columns the widest run reaches left of the anchor (>= 0)
+    int32_t reachRight = 0;  // and right of it (>= 0)
+    int32_t firstRow = 0;    // offsets of the first and last member rows from the anchor row
+    int32_t lastRow = 0;
+    size_t rowBytes = 0;                    // one row of the fast form, room for whole vectors included
+    std::vector<uint8_t> work;              // two work rows (see DilateRowStart)
+    std::vector<uint8_t> ring;              // (lastRow - firstRow + 1) extended source rows
+    std::vector<const uint8_t*> groupRows;  // the rows of one group, as many as the largest has
 };
+
+// Pixel 0 of the first row of a fast-form block: cache-line aligned, one
+// line into the row, so that a whole vector may start up to 16 pixels early.
+inline constexpr size_t kDilateRowFront = 64;
+inline uint8_t* DilateRowStart(uint8_t* block) {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(block);
+    return block + (((at + 63) & ~uintptr_t{63}) - at) + kDilateRowFront;
+}
 
 // Divisor rule of the separable filters, decided once per call.
 struct FilterDivisor {
@@ -87,8 +98,10 @@ struct KernelTable {
                         int32_t width, int32_t height, int32_t weightA, int32_t weightB);
     void (*scaleAlpha4)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                         int32_t destinationPitch, int32_t width, int32_t height, int32_t factor);
-    void (*dilate)(const uint8_t* source, int32_t sourcePitch, uint8_t* destination, int32_t destinationPitch,
-                   int32_t width, int32_t height, DilateState& state);
+    // Destination pixel (x, y) is the dilation at source position origin + (x, y);
+    // source positions outside sourceSize read the nearest source pixel.
+    void (*dilate)(const uint8_t* source, int32_t sourcePitch, KernelSize sourceSize, uint8_t* destination,
+                   int32_t destinationPitch, KernelPoint origin, KernelSize size, DilateState& state);
 };
 
 // The table of a class; a class the build has no variants for gets the

@@ -4,6 +4,7 @@
 #include "picture/kernels/Kernels.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -106,22 +107,29 @@ void BuildRunGroups(const uint8_t* mask, KernelSize maskSize, KernelPoint anchor
     if (groups.empty()) return;
     std::stable_sort(groups.begin(), groups.end(),
                      [](const auto& a, const auto& b) { return a.hi - a.lo > b.hi - b.lo; });
-    int32_t pad = 0;
+    size_t largest = 0;
     for (size_t m = 0; m < groups.size(); ++m) {
         if (m > 0 && (groups[m].lo < groups[m - 1].lo || groups[m].hi > groups[m - 1].hi)) return;
-        pad = std::max({pad, std::abs(groups[m].lo), std::abs(groups[m].hi)});
+        largest = std::max(largest, groups[m].rowOffsets.size());
     }
-    state.pad = pad;
+    state.reachLeft = std::max(0, -groups[0].lo);
+    state.reachRight = std::max(0, groups[0].hi);
     state.groups = std::move(groups);
-    const size_t rowBytes = (static_cast<size_t>(state.width) + 2 * static_cast<size_t>(pad)) * 4;
-    state.work.assign(rowBytes * 2, 0);
     int32_t firstRow = INT32_MAX, lastRow = INT32_MIN;
     for (const auto& g : state.groups)
         for (int32_t offset : g.rowOffsets)
             firstRow = std::min(firstRow, offset), lastRow = std::max(lastRow, offset);
+    state.firstRow = firstRow;
     state.lastRow = lastRow;
-    state.ringRows = lastRow - firstRow + 1;
-    state.ring.assign(rowBytes * static_cast<size_t>(state.ringRows), 0);
+    // Room for the widest vector in front of a row and past its end, in whole
+    // cache lines; a line more lets the block start on a line.
+    constexpr size_t kSlackPixels = 16;
+    const size_t pixels = static_cast<size_t>(state.width) + static_cast<size_t>(state.reachLeft) +
+                          static_cast<size_t>(state.reachRight) + kSlackPixels;
+    state.rowBytes = kDilateRowFront + ((pixels * 4 + 63) & ~size_t{63});
+    state.work.assign(state.rowBytes * 2 + 64, 0);
+    state.ring.assign(state.rowBytes * static_cast<size_t>(lastRow - firstRow + 1) + 64, 0);
+    state.groupRows.assign(largest, nullptr);
     state.nestedRuns = true;
 }
 
@@ -340,15 +348,27 @@ int32_t KernelDilateCreate(int32_t width, const uint8_t* mask, KernelSize maskSi
     return kStatusOk;
 }
 
+int32_t KernelDilateRegion(const uint8_t* source, int32_t sourcePitch, KernelSize sourceSize,
+                           uint8_t* destination, int32_t destinationPitch, KernelPoint origin,
+                           KernelSize size, DilateState* state) {
+    if (source == nullptr || destination == nullptr || state == nullptr) return kStatusNullPointer;
+    if (EmptySize(sourceSize) || EmptySize(size)) return kStatusBadSize;
+    if (ShortPitch(sourcePitch, sourceSize.width, 4) || ShortPitch(destinationPitch, size.width, 4))
+        return kStatusBadPitch;
+    constexpr int32_t kFarthest = 1 << 24;  // keeps every position sum inside 32 bits
+    if (size.width > state->width || std::abs(origin.x) > kFarthest || std::abs(origin.y) > kFarthest ||
+        size.height > kFarthest)
+        return kStatusBadArgument;
+    ActiveTable().dilate(source, sourcePitch, sourceSize, destination, destinationPitch, origin, size,
+                         *state);
+    return kStatusOk;
+}
+
 int32_t KernelDilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                      int32_t destinationPitch, KernelSize size, int32_t borderCode, DilateState* state) {
     if (source == nullptr || destination == nullptr || state == nullptr) return kStatusNullPointer;
-    if (EmptySize(size)) return kStatusBadSize;
-    if (ShortPitch(sourcePitch, size.width, 4) || ShortPitch(destinationPitch, size.width, 4))
-        return kStatusBadPitch;
-    if (borderCode != kBorderReplicate || size.width > state->width) return kStatusBadArgument;
-    ActiveTable().dilate(source, sourcePitch, destination, destinationPitch, size.width, size.height, *state);
-    return kStatusOk;
+    if (borderCode != kBorderReplicate) return kStatusBadArgument;
+    return KernelDilateRegion(source, sourcePitch, size, destination, destinationPitch, {0, 0}, size, state);
 }
 
 int32_t KernelDilateFree(DilateState* state) {

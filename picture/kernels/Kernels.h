@@ -109,6 +109,13 @@ int32_t KernelDilateCreate(int32_t width, const uint8_t* mask, KernelSize maskSi
                            DilateState** state);
 int32_t KernelDilate(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
                      int32_t destinationPitch, KernelSize size, int32_t borderCode, DilateState* state);
+// The same over a region: destination pixel (x, y) of `size` is the dilation at
+// source position origin + (x, y), and every source position outside
+// sourceSize reads the nearest source pixel. size.width may not pass the
+// state's width.
+int32_t KernelDilateRegion(const uint8_t* source, int32_t sourcePitch, KernelSize sourceSize,
+                           uint8_t* destination, int32_t destinationPitch, KernelPoint origin,
+                           KernelSize size, DilateState* state);
 int32_t KernelDilateFree(DilateState* state);
 
 }  // namespace halcyra

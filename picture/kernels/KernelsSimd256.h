@@ -231,46 +231,6 @@ inline __m128i NarrowToBytes(__m256i v) {
     return _mm_packus_epi16(words, words);
 }
 
-inline __m256 BytesToFloats(const uint8_t* p) {
-    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
-}
-
-// Two pixels a vector, four vectors at a time so that the serial float sums of
-// different pixels overlap; every lane adds its products in the reference order.
-inline void Convolve(const uint8_t* source, int32_t sourcePitch, uint8_t* destination,
-                     int32_t destinationPitch, int32_t width, int32_t height, const float* kernel,
-                     int32_t kernelWidth, int32_t kernelHeight, int32_t anchorX, int32_t anchorY) {
-    const int32_t left = kernelWidth - anchorX - 1;
-    const int32_t top = kernelHeight - anchorY - 1;
-    const int32_t taps = kernelWidth * kernelHeight;
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* window = RowAt(source, sourcePitch, y - top) - static_cast<intptr_t>(left) * 4;
-        uint8_t* out = RowAt(destination, destinationPitch, y);
-        int32_t x = 0;
-        for (; x + 8 <= width; x += 8) {
-            __m256 s0 = _mm256_setzero_ps(), s1 = s0, s2 = s0, s3 = s0;
-            int32_t k = taps - 1;
-            for (int32_t j = 0; j < kernelHeight; ++j) {
-                const uint8_t* row = RowAt(window, sourcePitch, j) + 4 * x;
-                for (int32_t i = 0; i < kernelWidth; ++i, --k) {
-                    const __m256 w = _mm256_set1_ps(kernel[k]);
-                    const uint8_t* p = row + 4 * i;
-                    s0 = _mm256_add_ps(s0, _mm256_mul_ps(BytesToFloats(p), w));
-                    s1 = _mm256_add_ps(s1, _mm256_mul_ps(BytesToFloats(p + 8), w));
-                    s2 = _mm256_add_ps(s2, _mm256_mul_ps(BytesToFloats(p + 16), w));
-                    s3 = _mm256_add_ps(s3, _mm256_mul_ps(BytesToFloats(p + 24), w));
-                }
-            }
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 4 * x), NarrowToBytes(RuleR(s0)));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 4 * x + 8), NarrowToBytes(RuleR(s1)));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 4 * x + 16), NarrowToBytes(RuleR(s2)));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 4 * x + 24), NarrowToBytes(RuleR(s3)));
-        }
-        for (; x < width; ++x)
-            ConvolvePixel(window + 4 * x, sourcePitch, kernel, kernelWidth, kernelHeight, out + 4 * x);
-    }
-}
-
 // FilterFinish on eight wrapped sums, for one divisor kind.
 template <FilterDivisor::Kind kKind>
 inline __m256i FinishLanes(__m256i s, const FilterDivisor& divisor) {

@@ -1,6 +1,8 @@
 // The AVX2 class of the pixel routines: the hand-written 256-bit bodies for the
 // hot routines, and the portable loops (the fast forms of the mean and the
 // dilation among them) compiled again under this file's instruction-set flags.
+#include "picture/kernels/ConvolveRows.h"
+#include "picture/kernels/DilateRuns.h"
 #include "picture/kernels/KernelsSimd256.h"
 
 namespace halcyra::avx2 {
@@ -14,14 +16,14 @@ constinit const KernelTable kTable{
     simd256::AlphaComposite,
     simd256::HsvRows<simd256::RgbToHsv8, RgbToHsvPixel>,
     simd256::HsvRows<simd256::HsvToRgb8, HsvToRgbPixel>,
-    simd256::Convolve,
+    convolve::Convolve<convolve::Lanes256>,
     simd256::FilterColumns,
     simd256::FilterRows,
     loops::MeanSeparable,
     simd256::MixBytes4,
     simd256::BlendBytes4,
     simd256::ScaleAlpha4,
-    loops::DilateRuns,
+    dilate::DilateRuns<dilate::Bytes256>,
 };
 
 }  // namespace halcyra::avx2

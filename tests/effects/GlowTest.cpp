@@ -220,6 +220,45 @@ TEST(Halo, DilatesByADiscThenDrawsRimsAndSoftens) {
     });
 }
 
+// The effect computes the halo only where it reaches the output; the literal
+// reading over full margins must give the same bytes for every shape of input:
+// pictures narrower than the disc, rim weights at and past their ends, an
+// output larger than the frame (its outside stays), a diameter of 1 and
+// frames too small for the inner picture (both run the literal form).
+TEST(Halo, TheNearFormEqualsTheLiteralSteps) {
+    test::ForEachCpuClass([&] {
+        std::mt19937 random(21);
+        auto pick = [&](int32_t lo, int32_t hi) {
+            return std::uniform_int_distribution<int32_t>(lo, hi)(random);
+        };
+        for (int trial = 0; trial < 120; ++trial) {
+            const int32_t w = pick(1, 48), h = pick(1, 40);
+            const int32_t diameter = 2 * pick(0, trial % 4 == 0 ? 30 : 6) + 1;
+            const int32_t rims[] = {0, 1, 86, 254, 255, 300, -5};
+            const int32_t rimWeight = rims[pick(0, 6)];
+            Picture mixed, near, literal;
+            mixed.Allocate(w, h, 4, nullptr);
+            near.Allocate(w + 3, h + 2, 4, nullptr);
+            literal.Allocate(w + 3, h + 2, 4, nullptr);
+            const int32_t smooth = pick(0, 1);  // shapes as well as noise
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w * 4; ++x)
+                    mixed.Row(y)[x] =
+                        static_cast<uint8_t>(smooth ? ((x / 4 / 5 + y / 7) % 3) * 120 : random());
+            for (int32_t y = 0; y < h + 2; ++y) {
+                std::memset(near.Row(y), 0x3c, static_cast<size_t>(w + 3) * 4);
+                std::memset(literal.Row(y), 0x3c, static_cast<size_t>(w + 3) * 4);
+            }
+            MemoryAllocator allocator;
+            HaloStep(mixed, near, w, h, diameter, rimWeight, allocator);
+            HaloStepLiteral(mixed, literal, w, h, diameter, rimWeight, allocator);
+            for (int32_t y = 0; y < h + 2; ++y)
+                ASSERT_EQ(std::memcmp(near.Row(y), literal.Row(y), static_cast<size_t>(w + 3) * 4), 0)
+                    << w << "x" << h << " diameter " << diameter << " rim " << rimWeight << " row " << y;
+        }
+    });
+}
+
 TEST(Halo, PresetsAndTheirBounds) {
     CHalo halo;
     const char* names[] = {"Fat Blob", "Thin Blob", "Big Halos", "Defocus"};

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 #include <iterator>
+#include <limits>
 
 #include "KernelTestSupport.h"
 #include "picture/kernels/KernelTable.h"
@@ -194,14 +195,16 @@ TEST(KernelDifferential, HsvExhaustive) {
     }
 }
 
-// Kernels whose float sums often land on halves, and arbitrary ones.
+// Kernels whose float sums often land on halves, arbitrary ones, and whole
+// numbers on both sides of the magnitude the integer form takes (128).
 TEST(KernelDifferential, Convolve) {
     ForEachSeed(0x500000000ull, 3000, [](Random& r, Comparison& compare) {
         const int32_t kw = r.Int(1, 7), kh = r.Int(1, 7);
         const int32_t w = r.Chance(90) ? r.Int(1, 67) : r.Int(68, 300), h = r.Int(1, 6);
         TestPicture source(r, w, h, 4, 7), destination(r, w, h, 4);
         std::vector<float> kernel(static_cast<size_t>(kw) * kh);
-        const int32_t kind = r.Int(0, 3);
+        const int32_t kind = r.Int(0, 6);
+        const int32_t scale = r.Int(1, 20);
         for (float& k : kernel) {
             if (kind == 0)
                 k = static_cast<float>(r.Int(-8, 8)) * 0.5f;
@@ -209,8 +212,15 @@ TEST(KernelDifferential, Convolve) {
                 k = static_cast<float>(r.Int(-4, 4)) / static_cast<float>(kw * kh);
             else if (kind == 2)
                 k = static_cast<float>(r.Int(-1000000, 1000000)) * 1e-6f;
-            else
+            else if (kind == 3)
                 k = 1.0f / static_cast<float>(r.Int(1, 9));
+            else if (kind == 4)
+                k = static_cast<float>(r.Int(-8, 8));
+            else if (kind == 5)
+                k = static_cast<float>(scale * (r.Chance(20) ? -7 : 1));
+            else  // sums past every int32 and float, and NaN from inf - inf
+                k = r.Chance(10) ? std::numeric_limits<float>::quiet_NaN()
+                                 : static_cast<float>(r.Int(-2, 2)) * 3e37f;
         }
         const int32_t ax = r.Int(0, kw - 1), ay = r.Int(0, kh - 1);
         compare(destination, [&](const KernelTable& t, uint8_t* d) {
@@ -332,16 +342,22 @@ std::vector<uint8_t> DilateMask(Random& r, int32_t& mw, int32_t& mh, int32_t& ax
     return mask;
 }
 
+// Whole pictures, and regions that reach past the source on any side (the
+// border replicated there), narrower or wider than the source.
 TEST(KernelDifferential, Dilate) {
     ForEachSeed(0x800000000ull, 3000, [](Random& r, Comparison& compare) {
         int32_t mw, mh, ax, ay;
         const std::vector<uint8_t> mask = DilateMask(r, mw, mh, ax, ay);
-        const int32_t w = r.Width(), h = r.Int(1, 12);
-        TestPicture source(r, w, h, 4), destination(r, w, h, 4);
+        const int32_t sw = r.Width(), sh = r.Int(1, 12);
+        const bool region = r.Chance(50);
+        const KernelPoint origin = region ? KernelPoint{r.Int(-6, 6), r.Int(-6, 6)} : KernelPoint{0, 0};
+        const int32_t w = region ? std::max(1, sw + r.Int(-6, 8)) : sw;
+        const int32_t h = region ? std::max(1, sh + r.Int(-6, 8)) : sh;
+        TestPicture source(r, sw, sh, 4), destination(r, w, h, 4);
         DilateState* state = nullptr;
         ASSERT_EQ(KernelDilateCreate(w + r.Int(0, 5), mask.data(), {mw, mh}, {ax, ay}, &state), kStatusOk);
         compare(destination, [&](const KernelTable& t, uint8_t* d) {
-            t.dilate(source.Origin(), source.pitch, d, destination.pitch, w, h, *state);
+            t.dilate(source.Origin(), source.pitch, {sw, sh}, d, destination.pitch, origin, {w, h}, *state);
         });
         KernelDilateFree(state);
     });

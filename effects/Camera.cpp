@@ -175,7 +175,7 @@ CActivecamera::CActivecamera() : VideoEffectBase(kActivecameraDescriptor) {}
 
 bool CActivecamera::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                            RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     ActivecameraSettings settings{};
     settings.amplitude[0] = read.Float(0);
@@ -229,7 +229,7 @@ CShake::CShake() : VideoEffectBase(kShakeDescriptor) {}
 
 bool CShake::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                     RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float horizontal = read.Float(0);

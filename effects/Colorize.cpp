@@ -85,7 +85,7 @@ CColorize::CColorize() : VideoEffectBase(kColorizeDescriptor) {}
 
 bool CColorize::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                        RenderInfo*) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     uint32_t colours[3];
     colours[0] = read.Colour(0);
@@ -157,7 +157,7 @@ CMotionblur::CMotionblur() : VideoEffectBase(kMotionblurDescriptor) {}
 
 bool CMotionblur::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                          RenderInfo*) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     const float blur = read.Float(0);
     const float angle = read.Float(1);

@@ -1,8 +1,5 @@
 // Glow and Halo transitions, their shared outer frame, and the triangular blur.
 //
-// The bloom is written as one branch-free expression over whole pixel words:
-// the compiler turns it into vector code, and integer arithmetic makes that
-// exactly the per-pixel formula.
 #include "effects/Glow.h"
 
 #include <algorithm>
@@ -74,44 +71,20 @@ int32_t OverlapHeight(const Picture& a, const Picture& b) {
 }
 
 // The colour-bounded bloom over the blurred picture in output and the mixed
-// picture s, all integer. Gain and threshold outside anything the parameters'
-// ranges give are held where the sums stay in 32 bits.
+// picture. Gain and threshold outside anything the parameters' ranges give are
+// held where the sums stay in 32 bits.
 void GlowPixels(const Picture& mixed, Picture& output, int32_t width, int32_t height, int32_t gain,
                 int32_t threshold, uint32_t colour) {
     width = std::min(width, OverlapWidth(mixed, output));
     height = std::min(height, OverlapHeight(mixed, output));
     if (width <= 0 || height <= 0) return;
-    gain = ClampInt(gain, -(1 << 16), 1 << 16);
-    threshold = ClampInt(threshold, -(1 << 20), 1 << 20);
     // Memory order B, G, R; the colour parameter has red in its low byte.
-    const int32_t bound[3] = {static_cast<int32_t>((colour >> 16) & 0xff),
-                              static_cast<int32_t>((colour >> 8) & 0xff),
-                              static_cast<int32_t>(colour & 0xff)};
-    for (int32_t y = 0; y < height; ++y) {
-        const PixelWord* __restrict s = reinterpret_cast<const PixelWord*>(mixed.Row(y));
-        PixelWord* __restrict o = reinterpret_cast<PixelWord*>(output.Row(y));
-        // Branch-free on whole pixels so that the loop vectorises.
-        for (int32_t x = 0; x < width; ++x) {
-            const uint32_t sp = s[x];
-            const uint32_t op = o[x];
-            const int32_t s0 = sp & 0xff, s1 = (sp >> 8) & 0xff, s2 = (sp >> 16) & 0xff;
-            const int32_t bright =
-                ((((op & 0xff) + ((op >> 8) & 0xff) + ((op >> 16) & 0xff)) * 85 >> 8) * gain) >> 8;
-            const int32_t base = ((s0 + s1 + s2) * 85) >> 8;
-            const bool bloom = base + threshold < bright;
-            const int32_t d = bright - base;
-            int32_t v0 = bloom ? s0 + ((d * bound[0]) >> 8) : s0 + threshold;
-            int32_t v1 = bloom ? s1 + ((d * bound[1]) >> 8) : s1 + threshold;
-            int32_t v2 = bloom ? s2 + ((d * bound[2]) >> 8) : s2 + threshold;
-            // The colour bounds the result from above, 0 from below.
-            v0 = std::max(std::min(v0, bound[0]), 0);
-            v1 = std::max(std::min(v1, bound[1]), 0);
-            v2 = std::max(std::min(v2, bound[2]), 0);
-            const int32_t alpha = std::min(255, std::max(bright, static_cast<int32_t>(sp >> 24)));
-            o[x] = static_cast<uint32_t>(v0) | static_cast<uint32_t>(v1) << 8 |
-                   static_cast<uint32_t>(v2) << 16 | static_cast<uint32_t>(alpha) << 24;
-        }
-    }
+    const BloomParameters bloom{
+        ClampInt(gain, -(1 << 16), 1 << 16),
+        ClampInt(threshold, -(1 << 20), 1 << 20),
+        {static_cast<int32_t>((colour >> 16) & 0xff), static_cast<int32_t>((colour >> 8) & 0xff),
+         static_cast<int32_t>(colour & 0xff)}};
+    KernelBoundedBloom4(mixed.data, mixed.pitch, output.data, output.pitch, {width, height}, bloom);
 }
 
 void GlowMiddle(const Picture& mixed, Picture& output, int32_t width, int32_t height, uint32_t colour,
@@ -290,7 +263,7 @@ CGlow::CGlow() : VideoEffectBase(kGlowDescriptor) {}
 
 bool CGlow::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const uint32_t colour = read.Colour(0);
@@ -315,7 +288,7 @@ CHalo::CHalo() : VideoEffectBase(kHaloDescriptor) {}
 
 bool CHalo::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float haloWidth = read.Float(0);

@@ -137,7 +137,7 @@ CMetallic::CMetallic() : VideoEffectBase(kMetallicDescriptor) {}
 
 bool CMetallic::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                        RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const uint32_t colour = read.Colour(0);

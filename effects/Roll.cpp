@@ -107,7 +107,7 @@ CRoll::CRoll() : VideoEffectBase(kRollDescriptor) {}
 
 bool CRoll::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float rate = read.Float(0);
@@ -156,7 +156,7 @@ CSpin::CSpin() : VideoEffectBase(kSpinDescriptor) {}
 
 bool CSpin::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float spinAmount = read.Float(0);
@@ -196,7 +196,7 @@ CSmear::CSmear() : VideoEffectBase(kSmearDescriptor) {}
 
 bool CSmear::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                     RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float blur = read.Float(0);

@@ -147,7 +147,7 @@ CShear::CShear() : VideoEffectBase(kShearDescriptor) {}
 
 bool CShear::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                     RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float hShear = read.Float(0);
@@ -184,7 +184,7 @@ CShearenergy::CShearenergy() : VideoEffectBase(kShearenergyDescriptor) {}
 
 bool CShearenergy::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                           RenderInfo*) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     const float hShear = read.Float(0);
     const float vShear = read.Float(1);

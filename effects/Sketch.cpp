@@ -197,7 +197,7 @@ CAirbrush::CAirbrush() : VideoEffectBase(kAirbrushDescriptor) {}
 
 bool CAirbrush::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                        RenderInfo*) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     const float edge = read.Float(1);
     const float spray = read.Float(0);

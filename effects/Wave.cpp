@@ -241,7 +241,7 @@ CWave::CWave() : VideoEffectBase(kWaveDescriptor) {}
 
 bool CWave::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float rate = read.Float(0);
@@ -351,7 +351,7 @@ EarthquakeStep CEarthquake::Walk(uint32_t frame, float range, float stride) {
 
 bool CEarthquake::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                          RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     const float magnitude = read.Float(0);
     const float velocity = read.Float(1);

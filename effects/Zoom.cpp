@@ -55,7 +55,7 @@ CZoom::CZoom() : VideoEffectBase(kZoomDescriptor) {}
 
 bool CZoom::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                    RenderInfo* info) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     const float p = ClampProgress(info);
     ParameterReader read(host);
     const float zoom = read.Float(0);
@@ -132,7 +132,7 @@ CZoomblur::CZoomblur() : VideoEffectBase(kZoomblurDescriptor) {}
 
 bool CZoomblur::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, ImageDesc* output,
                        RenderInfo*) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     ParameterReader read(host);
     const float zoom = read.Float(0);
     const float position = read.Float(1);

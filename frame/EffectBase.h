@@ -11,6 +11,7 @@
 #include "frame/EffectInterfaces.h"
 #include "frame/ParameterTable.h"
 #include "picture/Picture.h"
+#include "picture/WorkPictureCache.h"
 
 namespace halcyra {
 
@@ -56,6 +57,7 @@ public:
 protected:
     std::atomic<int32_t> refCount{1};
     const EffectDescriptor& descriptor;
+    WorkPictureCache workPictures;  // the heap fallback's blocks, kept between frames
 };
 
 // Reads parameters through the host with one reused record: a refused read

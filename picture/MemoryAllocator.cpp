@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "picture/WorkPictureCache.h"
 #include "picture/kernels/RowAllocator.h"
 
 namespace halcyra {
@@ -11,6 +12,10 @@ namespace halcyra {
 MemoryAllocator::MemoryAllocator() = default;
 
 MemoryAllocator::MemoryAllocator(IVideoHost* host) {
+    SetHost(host);
+}
+
+MemoryAllocator::MemoryAllocator(IVideoHost* host, WorkPictureCache* cache) : cache(cache) {
     SetHost(host);
 }
 
@@ -59,6 +64,8 @@ bool MemoryAllocator::AllocatePicture(void** out, int32_t width, int32_t height,
     *out = nullptr;
     if (hostAllocator != nullptr) {
         hostAllocator->AllocatePicture(out, width, height, channels, pitch);
+    } else if (cache != nullptr) {
+        *out = cache->AllocateRows(channels, width, height, pitch);
     } else {
         switch (channels) {
             case 1:
@@ -86,6 +93,8 @@ void MemoryAllocator::FreePicture(void* block) {
     if (block == nullptr) return;
     if (hostAllocator != nullptr)
         hostAllocator->FreePicture(block);
+    else if (cache != nullptr)
+        cache->FreeRows(block);
     else
         KernelFreeRows(block);
     Freed(block);

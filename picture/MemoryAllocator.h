@@ -9,10 +9,15 @@
 
 namespace halcyra {
 
+class WorkPictureCache;
+
 class MemoryAllocator {
 public:
     MemoryAllocator();
     explicit MemoryAllocator(IVideoHost* host);
+    // An effect's allocator: without a host service, work pictures come from
+    // the effect's cache of the previous frames' blocks (see WorkPictureCache).
+    MemoryAllocator(IVideoHost* host, WorkPictureCache* cache);
     virtual ~MemoryAllocator();
     MemoryAllocator(const MemoryAllocator&) = delete;
     MemoryAllocator& operator=(const MemoryAllocator&) = delete;
@@ -31,6 +36,7 @@ private:
     void Freed(void*) {}
 
     IHostAllocator* hostAllocator = nullptr;
+    WorkPictureCache* cache = nullptr;
     void* pictureRecords[3] = {};  // reserved for a list of live pictures; never written
     void* blockRecords[3] = {};    // reserved for a list of live blocks; never written
 };

@@ -31,7 +31,7 @@ bool BaseEffect::Render(IVideoHost* host, ImageDesc* first, ImageDesc* second, I
 
 bool BaseEffect::RenderFrame(IVideoHost* host, ImageDesc* output, RenderInfo* info,
                              const std::function<bool(MemoryAllocator* allocator, double progress)>& body) {
-    MemoryAllocator allocator(host);
+    MemoryAllocator allocator(host, &workPictures);
     scene.SetAllocator(&allocator);
     MemoryHandle handle(&allocator);
     const double progress = info != nullptr ? info->progress : 0.0;

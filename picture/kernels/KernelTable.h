@@ -100,6 +100,11 @@ struct KernelTable {
                         int32_t destinationPitch, int32_t width, int32_t height, int32_t factor);
     // Destination pixel (x, y) is the dilation at source position origin + (x, y);
     // source positions outside sourceSize read the nearest source pixel.
+    // The glow's colour-bounded bloom: destination holds the blurred picture and
+    // receives the bloomed one; see KernelBoundedBloom4.
+    void (*boundedBloom4)(const uint8_t* mixed, int32_t mixedPitch, uint8_t* destination,
+                          int32_t destinationPitch, int32_t width, int32_t height,
+                          const BloomParameters& bloom);
     void (*dilate)(const uint8_t* source, int32_t sourcePitch, KernelSize sourceSize, uint8_t* destination,
                    int32_t destinationPitch, KernelPoint origin, KernelSize size, DilateState& state);
 };

@@ -27,6 +27,14 @@ struct KernelRect {
     int32_t height;
 };
 
+// The constants of the glow's bloom; bound is the colour per byte of a pixel
+// (blue, green, red).
+struct BloomParameters {
+    int32_t gain;
+    int32_t threshold;
+    int32_t bound[3];
+};
+
 // Statuses. Negative values write nothing; the two positive warnings also write nothing.
 inline constexpr int32_t kStatusNullPointer = -8;
 inline constexpr int32_t kStatusBadSize = -6;

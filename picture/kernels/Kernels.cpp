@@ -325,6 +325,20 @@ int32_t KernelReplicate1(const uint8_t* source, int32_t sourcePitch, KernelSize 
                         topBorder, leftBorder);
 }
 
+int32_t KernelBoundedBloom4(const uint8_t* mixed, int32_t mixedPitch, uint8_t* destination,
+                            int32_t destinationPitch, KernelSize size, const BloomParameters& bloom) {
+    if (const int32_t status = CheckTwo(mixed, mixedPitch, destination, destinationPitch, size))
+        return status;
+    constexpr int32_t kMostGain = 1 << 16, kMostThreshold = 1 << 20;
+    if (std::abs(bloom.gain) > kMostGain || std::abs(bloom.threshold) > kMostThreshold)
+        return kStatusBadArgument;
+    for (int32_t bound : bloom.bound)
+        if (bound < 0 || bound > 255) return kStatusBadArgument;
+    ActiveTable().boundedBloom4(mixed, mixedPitch, destination, destinationPitch, size.width, size.height,
+                                bloom);
+    return kStatusOk;
+}
+
 int32_t KernelDilateCreate(int32_t width, const uint8_t* mask, KernelSize maskSize, KernelPoint anchor,
                            DilateState** state) {
     if (mask == nullptr || state == nullptr) return kStatusNullPointer;

@@ -100,6 +100,16 @@ int32_t KernelReplicate1(const uint8_t* source, int32_t sourcePitch, KernelSize 
                          uint8_t* destination, int32_t destinationPitch, KernelSize destinationSize,
                          int32_t topBorder, int32_t leftBorder);
 
+// The glow's colour-bounded bloom over W x H pixels, with the destination
+// holding the blurred picture: bright = ((blurred colours' sum * 85 >> 8) *
+// gain) >> 8 and base the same sum of the mixed pixel without the gain; where
+// base + threshold < bright each colour c is mixed.c + ((bright - base) *
+// bound.c >> 8), elsewhere mixed.c + threshold; each is clamped to 0..bound.c,
+// and alpha = min(255, max(bright, mixed alpha)). Gains past 2^16 and
+// thresholds past 2^20 in magnitude are refused (the sums must stay in 32 bits).
+int32_t KernelBoundedBloom4(const uint8_t* mixed, int32_t mixedPitch, uint8_t* destination,
+                            int32_t destinationPitch, KernelSize size, const BloomParameters& bloom);
+
 // Grey dilation by an arbitrary byte mask (non-zero bytes are members, the mask
 // rows are maskSize.width bytes apart). The state holds the mask and the work
 // rows for rows of up to `width` pixels; one Dilate at a time per state.

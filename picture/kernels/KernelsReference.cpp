@@ -20,6 +20,7 @@ constinit const KernelTable kTable{
     loops::MixBytes4,
     loops::BlendBytes4,
     loops::ScaleAlpha4,
+    loops::BoundedBloom4,
     loops::Dilate,
 };
 

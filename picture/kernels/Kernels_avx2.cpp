@@ -23,6 +23,7 @@ constinit const KernelTable kTable{
     simd256::MixBytes4,
     simd256::BlendBytes4,
     simd256::ScaleAlpha4,
+    loops::BoundedBloom4,
     dilate::DilateRuns<dilate::Bytes256>,
 };
 

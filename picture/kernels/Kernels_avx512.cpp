@@ -57,6 +57,7 @@ constinit const KernelTable kTable{
     simd256::MixBytes4,
     simd256::BlendBytes4,
     ScaleAlpha4,
+    loops::BoundedBloom4,
     dilate::DilateRuns<dilate::Bytes512>,
 };
 

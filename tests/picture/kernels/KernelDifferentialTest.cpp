@@ -129,6 +129,22 @@ int32_t AlphaFactor(Random& r) {
     }
 }
 
+// Gains and thresholds over their whole accepted range (where products and
+// sums come closest to 32 bits), and colours with channels at 0 and 255.
+TEST(KernelDifferential, BoundedBloom) {
+    ForEachSeed(0xB00000000ull, 3000, [](Random& r, Comparison& compare) {
+        const int32_t w = r.Width(), h = r.Int(1, 7);
+        TestPicture mixed(r, w, h, 4), destination(r, w, h, 4);
+        BloomParameters bloom{r.Chance(20) ? r.Int(-(1 << 16), 1 << 16) : r.Int(0, 512),
+                              r.Chance(20) ? r.Int(-(1 << 20), 1 << 20) : r.Int(-200, 60),
+                              {}};
+        for (int32_t& bound : bloom.bound) bound = r.Chance(30) ? 255 * r.Int(0, 1) : r.Int(0, 255);
+        compare(destination, [&](const KernelTable& t, uint8_t* d) {
+            t.boundedBloom4(mixed.Origin(), mixed.pitch, d, destination.pitch, w, h, bloom);
+        });
+    });
+}
+
 TEST(KernelDifferential, ScaleAlphaAndBlend) {
     ForEachSeed(0xA00000000ull, 4000, [](Random& r, Comparison& compare) {
         const int32_t w = r.Width(), h = r.Int(1, 7);

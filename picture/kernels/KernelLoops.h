@@ -1,9 +1,9 @@
 // The portable loops of the pixel routines. The reference table is made of
 // them, and the SIMD files compile the same loops again under their own
 // instruction-set flags for the routines they do not write by hand, so one
-// source gives every class. The fast forms (sliding sums for the separable
-// filters, chained runs for the dilation) live here too; the tests hold them
-// byte for byte against the direct forms. Internal linkage, as KernelPixel.h.
+// source gives every class. The fast forms of the mean and of the separable
+// filters (sliding sums) live here too; the tests hold them byte for byte
+// against the direct forms. Internal linkage, as KernelPixel.h.
 #pragma once
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // The AVX2 class of the pixel routines: the hand-written 256-bit bodies for the
-// hot routines, and the portable loops (the fast forms of the mean and the
-// dilation among them) compiled again under this file's instruction-set flags.
+// hot routines, the convolution and the dilation on 256-bit registers, and the
+// portable loops (the fast mean and the bloom among them) compiled again under
+// this file's instruction-set flags.
 #include "picture/kernels/ConvolveRows.h"
 #include "picture/kernels/DilateRuns.h"
 #include "picture/kernels/KernelsSimd256.h"

@@ -1,10 +1,9 @@
 // The 2D convolution written once over a vector type and compiled by the AVX2
 // and the AVX-512 files with their own registers.
 //
-// Float kernels: each source row is turned into floats once, into a ring of
-// kernel-height rows, instead of once per tap; every lane then adds its
-// products in the reference order (window row by row, kernel from its last
-// element back), so the sums are the reference's bit for bit.
+// Float kernels: every lane adds its products in the reference order (window
+// row by row, kernel from its last element back), so the sums are the
+// reference's bit for bit; rule R is one rounding conversion between clamps.
 //
 // Whole-number kernels whose weights add up, in magnitude, to at most 128: a
 // float sum of such products of bytes is a whole number below 2^15 at every
@@ -19,8 +18,6 @@
 #include <immintrin.h>
 
 #include <cmath>
-#include <cstring>
-#include <memory>
 
 #include "picture/kernels/KernelsSimd256.h"
 

@@ -32,6 +32,7 @@ public:
     uint32_t Release() override { return --references; }
     int32_t Allocate(void** out, uint32_t size) override {
         *out = std::malloc(size);
+        if (*out != nullptr && fill >= 0) std::memset(*out, fill, size);
         ++blocks;
         return 0;
     }
@@ -43,6 +44,7 @@ public:
                             int32_t* pitch) override {
         *pitch = width * channels + 16;  // deliberately not the heap route's pitch
         *out = std::malloc(static_cast<size_t>(*pitch) * height);
+        if (*out != nullptr && fill >= 0) std::memset(*out, fill, static_cast<size_t>(*pitch) * height);
         ++pictures;
         return 0;
     }
@@ -53,6 +55,9 @@ public:
     int32_t references = 0;
     int32_t blocks = 0;
     int32_t pictures = 0;
+    // A byte to pre-fill every block with, so that a render reading memory
+    // nothing wrote shows it; -1 leaves blocks as malloc gives them.
+    int fill = -1;
 };
 
 class TestHost final : public IVideoHost {

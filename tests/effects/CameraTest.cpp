@@ -1,13 +1,13 @@
 // Active Camera and Shake: the generator's exact sequence and seeding, the
 // motion walk (continuity at the joints, the strict comparisons, termination
-// on absurd input), the camera matrix, the ends and the layer weights of
-// Shake, and regression checksums of both effects.
+// on absurd input), the camera matrix, the still camera and its echo, the
+// layer weights of Shake, and regression checksums of both effects.
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 
-#include "TestHost.h"
+#include "EffectTestSupport.h"
 #include "effects/Camera.h"
 #include "frame/Wrappers.h"
 #include "picture/kernels/Numerics.h"
@@ -16,7 +16,6 @@ namespace halcyra {
 namespace {
 
 using test::GuardedFrame;
-using test::TestHost;
 
 TEST(CameraRandom, RuntimeSequenceSignedDrawsAndSeeding) {
     RandomSequence random(1);
@@ -96,157 +95,81 @@ TEST(CameraMotion, RegressionValues) {
     }
 }
 
+TEST(CameraMotion, AbsurdTimesAndParametersEndTheWalk) {
+    // Each walk must end; the values themselves are not meaningful.
+    MotionValue(MotionVariant::ActiveCamera, {1.0f, 0.0f, 0.5f, 444, 111}, 1e30f);
+    MotionValue(MotionVariant::Shake, {1.0f, 0.0f, 1.0f, 444, 111}, 3e7f);
+    MotionValue(MotionVariant::ActiveCamera, {2.0f, 0.3f, 0.5f, 444, 111}, 5.0f);  // negative period
+    MotionValue(MotionVariant::ActiveCamera, {0.5f, -3.0f, 1e5f, 444, 111}, 50.0f);
+}
+
 TEST(CameraMatrix, ShiftsTheCentreAndTurnsAndScalesAboutIt) {
-    const auto& m = CameraMatrix(40.0f, 20.0f, 3.0f, -2.0f, 0.5f, 2.0f).matrix;
+    const auto m = CameraMatrix(40.0f, 20.0f, 3.0f, -2.0f, 0.5f, 2.0f);
     // The centre (20, 10) moves by the shift alone.
-    EXPECT_NEAR(m[0][0] * 20.0f + m[1][0] * 10.0f + m[2][0], 23.0f, 1e-4f);
-    EXPECT_NEAR(m[0][1] * 20.0f + m[1][1] * 10.0f + m[2][1], 8.0f, 1e-4f);
+    const auto [cx, cy] = test::MapPoint(m, 20.0f, 10.0f);
+    EXPECT_NEAR(cx, 23.0f, 1e-4f);
+    EXPECT_NEAR(cy, 8.0f, 1e-4f);
     // A pixel right of it is turned by 0.5 (a row vector times the rotation
     // gives (cos, sin)), twice as far, then shifted.
-    EXPECT_NEAR(m[0][0] * 21.0f + m[1][0] * 10.0f + m[2][0], 23.0f + 2.0f * std::cos(0.5f), 1e-4f);
-    EXPECT_NEAR(m[0][1] * 21.0f + m[1][1] * 10.0f + m[2][1], 8.0f + 2.0f * std::sin(0.5f), 1e-4f);
+    const auto [x, y] = test::MapPoint(m, 21.0f, 10.0f);
+    EXPECT_NEAR(x, 23.0f + 2.0f * std::cos(0.5f), 1e-4f);
+    EXPECT_NEAR(y, 8.0f + 2.0f * std::sin(0.5f), 1e-4f);
 }
 
 // Parameters of Active Camera in index order.
 enum { kHorizontal, kVertical, kRotation, kCrop, kRate, kJitter, kHold, kBlur, kSynchronize };
 
 TEST(Activecamera, StillCameraCopiesAndTheEchoBlendsIn255ths) {
-    TestHost host;
-    CActivecamera effect;
-    host.UseDefaults(&effect);
-    for (int i : {kHorizontal, kVertical, kRotation, kCrop}) host.values[i].number = 0.0f;
+    test::Rig<CActivecamera> camera;
+    for (int i : {kHorizontal, kVertical, kRotation, kCrop, kBlur}) camera[i].number = 0.0f;
     GuardedFrame in(31, 17, 8), out(31, 17, 0);
     in.FillPattern(5);
-    RenderInfo info = test::MakeRenderInfo(0.5, 3.25);
-    host.values[kBlur].number = 0.0f;
     out.Fill(0x5a);
-    ASSERT_TRUE(effect.Render(&host, &in.desc, nullptr, &out.desc, &info));
-    EXPECT_EQ(out.Pixels(), in.Pixels());  // the identity warp resamples exactly
-
+    // The identity warp resamples exactly.
+    EXPECT_EQ(camera.Render(in, nullptr, out, 0.5, 3.25), in.Pixels());
     // The echo is the same still picture, but 204 + 51 255ths of a byte need
     // not add up to the byte, so the output is the input only to within 1.
-    host.values[kBlur].number = 0.4f;
-    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
-    const auto source = in.Pixels();
-    const auto result = out.Pixels();
-    for (size_t i = 0; i < source.size(); ++i)
-        ASSERT_EQ(result[i], Div255(source[i] * 204u) + Div255(source[i] * 51u)) << i;
-    EXPECT_TRUE(out.GuardsIntact());
-    EXPECT_TRUE(in.GuardsIntact());
-}
-
-TEST(Activecamera, AbsurdTimesAndParametersEndTheWalkAndDrawInBounds) {
-    // Each walk must end; the values themselves are not meaningful.
-    MotionValue(MotionVariant::ActiveCamera, {1.0f, 0.0f, 0.5f, 444, 111}, 1e30f);
-    MotionValue(MotionVariant::Shake, {1.0f, 0.0f, 1.0f, 444, 111}, 3e7f);
-    MotionValue(MotionVariant::ActiveCamera, {2.0f, 0.3f, 0.5f, 444, 111}, 5.0f);  // negative period
-    MotionValue(MotionVariant::ActiveCamera, {0.5f, -3.0f, 1e5f, 444, 111}, 50.0f);
-    // Motion that is not a number reaches the warps.
-    TestHost host;
-    CActivecamera effect;
-    host.UseDefaults(&effect);
-    GuardedFrame in(24, 16), out(24, 16);
-    in.FillPattern(2);
-    RenderInfo info = test::MakeRenderInfo(0.0, std::nan(""));
-    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
-    host.values[kJitter].number = std::nanf("");
-    info.time = 3.0;
-    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
-    EXPECT_TRUE(out.GuardsIntact());
-    EXPECT_TRUE(in.GuardsIntact());
+    camera[kBlur].number = 0.4f;
+    test::ExpectEachByte(camera.Render(in, nullptr, out, 0.5, 3.25), in.Pixels(), {},
+                         [](uint8_t s, uint8_t) { return Div255(s * 204u) + Div255(s * 51u); });
 }
 
 // Shake's Horizontal, Vertical, Rotation, Crop, Blur and Cross Fade.
 constexpr int kShakeStill[] = {0, 1, 2, 3, 5};
 constexpr int kShakeCrossFade = 7;
 
-TEST(Shake, EndsGiveThePlainClips) {
-    TestHost host;
-    CShake effect;
-    host.UseDefaults(&effect);
-    GuardedFrame a(27, 15), b(27, 15, 4), out(27, 15);
-    a.FillPattern(1);
-    b.FillPattern(2);
-    for (double p : {0.0, -1.0, 1.0, 1.5}) {
-        RenderInfo info = test::MakeRenderInfo(p, 2.0);
-        out.Fill(0x33);
-        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-        EXPECT_EQ(out.Pixels(), p <= 0.0 ? a.Pixels() : b.Pixels()) << p;
-    }
-}
-
 TEST(Shake, LayerSharesCountTheFirstWeightTwice) {
     // A still camera (no amplitudes, no crop, no blur) leaves only the fade.
-    TestHost host;
-    CShake effect;
-    host.UseDefaults(&effect);
-    for (int i : kShakeStill) host.values[i].number = 0.0f;
-    host.values[kShakeCrossFade].number = 1.0f;
+    test::Rig<CShake> shake;
+    for (int i : kShakeStill) shake[i].number = 0.0f;
+    shake[kShakeCrossFade].number = 1.0f;
     GuardedFrame a(21, 9), b(21, 9), out(21, 9);
     a.FillPattern(3);
     b.FillPattern(4);
-
     // p = 0.45: fade 0.55, so the second clip's share is 0.45 / (0.55 + 0.55),
     // weight 104, against 256 - 104.
-    RenderInfo info = test::MakeRenderInfo(0.45, 1.0);
-    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-    const auto first = a.Pixels(), second = b.Pixels();
-    auto result = out.Pixels();
-    for (size_t i = 0; i < first.size(); ++i)
-        ASSERT_EQ(result[i], std::min(255u, Div255(second[i] * 104u) + Div255(first[i] * 152u))) << i;
-
+    test::ExpectEachByte(shake.Render(a, &b, out, 0.45, 1.0), a.Pixels(), b.Pixels(),
+                         [](uint8_t x, uint8_t y) { return test::Blend255(x, y, 152, 104); });
     // p = 0.5 turns the order around with both weights 0.5: the share is
     // 0.5 / 1.0, the weights 128 and 128 are equal and the blend averages.
-    info = test::MakeRenderInfo(0.5, 1.0);
-    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-    result = out.Pixels();
-    for (size_t i = 0; i < first.size(); ++i) ASSERT_EQ(result[i], AverageHalfEven(first[i], second[i])) << i;
-}
-
-TEST(Shake, ZeroCrossFadeAtTheMidpointAndSmallSecondClipStayInBounds) {
-    TestHost host;
-    CShake effect;
-    host.UseDefaults(&effect);
-    host.values[kShakeCrossFade].number = 0.0f;  // 0 / 0 at p = 0.5, unguarded
-    GuardedFrame a(33, 20), b(20, 11), out(40, 25);
-    a.FillPattern(6);
-    b.FillPattern(7);
-    out.Fill(0x11);
-    RenderInfo info = test::MakeRenderInfo(0.5, 4.0);
-    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-    EXPECT_TRUE(out.GuardsIntact());
-    EXPECT_TRUE(a.GuardsIntact());
-    EXPECT_TRUE(b.GuardsIntact());
-    EXPECT_EQ(out.Pixel(39, 24)[0], 0x11);  // outside the first clip
+    test::ExpectEachByte(shake.Render(a, &b, out, 0.5, 1.0), a.Pixels(), b.Pixels(), AverageHalfEven);
 }
 
 TEST(CameraEffects, RegressionChecksums) {
     test::ChecksumFrames frames;
     struct Case {
-        double progress;
-        double time;
+        bool shake;  // or the active camera through its wrapper
+        double progress, time;
         uint32_t crc;
     };
-    const Case shakeCases[] = {{0.25, 0.5, 1711309702u}, {0.5, 1.0, 2376244481u}, {0.7, 1.4, 3483434169u}};
-    for (const Case& c : shakeCases) {
-        TestHost host;
-        CShake effect;
-        host.UseDefaults(&effect);
-        const uint32_t crc =
-            frames.Render(&effect, &host, &frames.b.desc, test::MakeRenderInfo(c.progress, c.time));
-        RecordProperty("shake" + std::to_string(c.progress), std::to_string(crc));
-        EXPECT_EQ(crc, c.crc) << c.progress;
-    }
-    const Case cameraCases[] = {{0.0, 0.1, 636274374u}, {0.0, 2.0, 2843656116u}, {0.0, 7.3, 298564470u}};
-    for (const Case& c : cameraCases) {
-        TestHost host;
-        auto* wrapper = new CWrapActivecamera();
-        host.UseDefaults(wrapper);
-        const uint32_t crc = frames.Render(wrapper, &host, nullptr, test::MakeRenderInfo(c.progress, c.time));
-        wrapper->Release();
-        RecordProperty("camera" + std::to_string(c.time), std::to_string(crc));
-        EXPECT_EQ(crc, c.crc) << c.time;
-    }
+    const Case cases[] = {{true, 0.25, 0.5, 1711309702u}, {true, 0.5, 1.0, 2376244481u},
+                          {true, 0.7, 1.4, 3483434169u},  {false, 0.0, 0.1, 636274374u},
+                          {false, 0.0, 2.0, 2843656116u}, {false, 0.0, 7.3, 298564470u}};
+    for (const Case& c : cases)
+        EXPECT_EQ(c.shake ? test::ChecksumOf<CShake>(frames, true, c.progress, c.time)
+                          : test::ChecksumOf<CWrapActivecamera>(frames, false, c.progress, c.time),
+                  c.crc)
+            << c.shake << " " << c.progress << " " << c.time;
 }
 
 }  // namespace

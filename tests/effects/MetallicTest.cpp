@@ -1,13 +1,13 @@
 // Metallic: the table-driven pixel loop against the per-pixel formula, the
-// precision split between transition and filter, the ends of the transition,
-// and regression checksums.
+// precision split between transition and filter, the mix at the middle, and
+// regression checksums.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <vector>
 
-#include "TestHost.h"
+#include "EffectTestSupport.h"
 #include "effects/Metallic.h"
 #include "frame/Wrappers.h"
 #include "picture/kernels/Numerics.h"
@@ -16,7 +16,6 @@ namespace halcyra {
 namespace {
 
 using test::GuardedFrame;
-using test::TestHost;
 
 // The pixel function one pixel at a time, as written.
 void MetalPixel(const uint8_t* s, uint8_t* d, const double tint[3], double picture, double metal, double f,
@@ -32,28 +31,38 @@ void MetalPixel(const uint8_t* s, uint8_t* d, const double tint[3], double pictu
     }
 }
 
-TEST(Metallic, FilterMatchesThePerPixelFunctionWithFloatFactors) {
-    TestHost host;
-    CMetallicEffect effect;
-    host.UseDefaults(&effect);
-    host.values[0].colour = 0x3380ff;
-    GuardedFrame in(37, 9, 8), out(37, 9, 8);
-    in.FillPattern(7);
-    out.Fill(0);
-    RenderInfo info = test::MakeRenderInfo(0.3);
-    ASSERT_TRUE(effect.Render(&host, &in.desc, nullptr, &out.desc, &info));
-    const double tint[3] = {static_cast<float>(0xff) / 256.0f, static_cast<float>(0x80) / 256.0f,
-                            static_cast<float>(0x33) / 256.0f};
-    const float complexity = host.values[2].number;
-    const double f = (complexity * 6.0f + 1.0f) * 2.0f * 3.1415f;  // float arithmetic, then widened
-    for (int32_t y = 0; y < 9; ++y)
-        for (int32_t x = 0; x < 37; ++x) {
-            uint8_t expected[4];
-            MetalPixel(in.Pixel(x, y), expected, tint, host.values[5].number, host.values[4].number, f,
-                       host.values[1].number, host.values[3].number);
-            ASSERT_EQ(std::memcmp(expected, out.Pixel(x, y), 4), 0) << x << "," << y;
-        }
-    EXPECT_TRUE(out.GuardsIntact());
+TEST(Metallic, FilterWidensFloatFactorsAndTheTransitionWorksInDoublesOnItsMix) {
+    GuardedFrame a(23, 5, 8), b(23, 5), out(23, 5, 8);
+    a.FillPattern(3);
+    b.FillPattern(4);
+    auto expectMetal = [&](const std::vector<ParameterData>& v, const double(&tint)[3], double f,
+                           auto source) {
+        for (int32_t y = 0; y < 5; ++y)
+            for (int32_t x = 0; x < 23; ++x) {
+                uint8_t s[4], expected[4];
+                for (int c = 0; c < 4; ++c) s[c] = source(x, y, c);
+                MetalPixel(s, expected, tint, v[5].number, v[4].number, f, v[1].number, v[3].number);
+                ASSERT_EQ(std::memcmp(expected, out.Pixel(x, y), 4), 0) << x << "," << y;
+            }
+    };
+    test::Rig<CMetallicEffect> filter;
+    filter[0].colour = 0x3380ff;
+    filter.Render(a, nullptr, out, 0.3);
+    const double floatTint[3] = {static_cast<float>(0xff) / 256.0f, static_cast<float>(0x80) / 256.0f,
+                                 static_cast<float>(0x33) / 256.0f};
+    expectMetal(filter.host.values, floatTint, (filter[2].number * 6.0f + 1.0f) * 2.0f * 3.1415f,
+                [&](int32_t x, int32_t y, int c) { return a.Pixel(x, y)[c]; });
+    // At 0.5: u = 1, f = 0.5 of the cross-fade; mix weights 127 and 127 in 256ths.
+    test::Rig<CMetallic> transition;
+    transition.Render(a, &b, out, 0.5);
+    const uint32_t colour = transition[0].colour;
+    const double tint[3] = {(colour & 0xff) / 256.0, ((colour >> 8) & 0xff) / 256.0,
+                            ((colour >> 16) & 0xff) / 256.0};
+    expectMetal(transition.host.values, tint,
+                (static_cast<double>(transition[2].number) * 6.0 + 1.0) * 2.0 * 3.1415,
+                [&](int32_t x, int32_t y, int c) {
+                    return static_cast<uint8_t>((a.Pixel(x, y)[c] * 127 + b.Pixel(x, y)[c] * 127) >> 8);
+                });
 }
 
 TEST(Metallic, TabledLoopOfLargePicturesMatchesThePerPixelFunction) {
@@ -82,100 +91,38 @@ TEST(Metallic, TabledLoopOfLargePicturesMatchesThePerPixelFunction) {
 }
 
 TEST(Metallic, BlackIsNotBlackAndShineZeroRemovesBands) {
-    TestHost host;
-    CMetallicEffect effect;
-    host.UseDefaults(&effect);
-    host.values[0].colour = 0xffffff;
-    host.values[1].number = 0.0f;  // Shine
-    host.values[5].number = 0.0f;  // Picture
-    host.values[4].number = 1.0f;  // Metal
+    test::Rig<CMetallicEffect> metallic;
+    metallic[0].colour = 0xffffff;
+    metallic[1].number = 0.0f;  // Shine
+    metallic[5].number = 0.0f;  // Picture
+    metallic[4].number = 1.0f;  // Metal
     GuardedFrame in(2, 1), out(2, 1);
     in.Fill(0);
-    RenderInfo info = test::MakeRenderInfo(0.0);
-    effect.Render(&host, &in.desc, nullptr, &out.desc, &info);
+    metallic.Render(in, nullptr, out, 0.0);
     // v = 0.5 * 256 and tint 255/256: trunc(127.5) = 127.
     EXPECT_EQ(out.Pixel(0, 0)[0], 127);
     EXPECT_EQ(out.Pixel(0, 0)[2], 127);
     EXPECT_EQ(out.Pixel(0, 0)[3], 0);
 }
 
-TEST(Metallic, TransitionEndsGiveThePlainClips) {
-    TestHost host;
-    CMetallic effect;
-    host.UseDefaults(&effect);
-    GuardedFrame a(19, 7), b(19, 7), out(19, 7);
-    a.FillPattern(1);
-    b.FillPattern(2);
-    for (double p : {0.0, -3.0, 1.0, 7.5}) {
-        RenderInfo info = test::MakeRenderInfo(p);
-        out.Fill(0x33);
-        effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-        EXPECT_EQ(out.Pixels(), p <= 0.0 ? a.Pixels() : b.Pixels()) << p;
-    }
-}
-
-TEST(Metallic, TransitionMiddleUsesDoubleFactorsAndTheCrossFade) {
-    TestHost host;
-    CMetallic effect;
-    host.UseDefaults(&effect);
-    GuardedFrame a(23, 5), b(23, 5), out(23, 5);
-    a.FillPattern(3);
-    b.FillPattern(4);
-    RenderInfo info = test::MakeRenderInfo(0.5);
-    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
-    // At 0.5: u = 1, f = 0.5 of the cross-fade; mix weights 127 and 127 in 256ths.
-    const uint32_t colour = host.values[0].colour;
-    const double tint[3] = {(colour & 0xff) / 256.0, ((colour >> 8) & 0xff) / 256.0,
-                            ((colour >> 16) & 0xff) / 256.0};
-    const double f = (static_cast<double>(host.values[2].number) * 6.0 + 1.0) * 2.0 * 3.1415;
-    for (int32_t x = 0; x < 23; ++x) {
-        uint8_t mixed[4];
-        for (int c = 0; c < 4; ++c)
-            mixed[c] = static_cast<uint8_t>((a.Pixel(x, 2)[c] * 127 + b.Pixel(x, 2)[c] * 127) >> 8);
-        uint8_t expected[4];
-        MetalPixel(mixed, expected, tint, host.values[5].number, host.values[4].number, f,
-                   host.values[1].number, host.values[3].number);
-        ASSERT_EQ(std::memcmp(expected, out.Pixel(x, 2), 4), 0) << x;
-    }
-}
-
 TEST(Metallic, ZeroCrossFadeAtTheMidpointMixesAllFirst) {
-    TestHost host;
-    CMetallic effect;
-    host.UseDefaults(&effect);
-    host.values[7].number = 0.0f;  // Cross Fade
-    host.values[4].number = 0.0f;  // Metal: the output shows the mix itself
-    host.values[5].number = 1.0f;  // Picture
+    test::Rig<CMetallic> metallic;
+    metallic[7].number = 0.0f;  // Cross Fade
+    metallic[4].number = 0.0f;  // Metal: the output shows the mix itself
+    metallic[5].number = 1.0f;  // Picture
     GuardedFrame a(4, 2), b(4, 2), out(4, 2);
     a.Fill(255);
     b.Fill(0);
-    RenderInfo info = test::MakeRenderInfo(0.5);
-    effect.Render(&host, &a.desc, &b.desc, &out.desc, &info);
+    metallic.Render(a, &b, out, 0.5);
     EXPECT_EQ(out.Pixel(0, 0)[0], 254);  // weight 1.0 turns 255 into 254
 }
 
 TEST(Metallic, RegressionChecksums) {
-    struct Case {
-        bool wrapped;
-        double progress;
-        uint32_t crc;
-    };
-    const Case cases[] = {{false, 0.25, 2471834881u},
-                          {false, 0.5, 2064252246u},
-                          {false, 0.6, 1482007672u},
-                          {true, 0.5, 217691735u}};
-    GuardedFrame a(64, 48, 12), b(64, 48, 12, true), out(64, 48, 0, true);
-    a.FillPattern(11);
-    b.FillPattern(12);
-    for (const Case& c : cases) {
-        TestHost host;
-        IVideoEffect* effect = c.wrapped ? static_cast<IVideoEffect*>(new CWrapMetallic()) : new CMetallic();
-        host.UseDefaults(effect);
-        RenderInfo info = test::MakeRenderInfo(c.progress);
-        effect->Render(&host, &a.desc, &b.desc, &out.desc, &info);
-        EXPECT_EQ(out.Crc(), c.crc) << "wrapped " << c.wrapped << " at " << c.progress;
-        effect->Release();
-    }
+    test::ChecksumFrames frames;
+    const std::pair<double, uint32_t> cases[] = {{0.25, 2471834881u}, {0.5, 2064252246u}, {0.6, 1482007672u}};
+    for (auto [progress, crc] : cases)
+        EXPECT_EQ(test::ChecksumOf<CMetallic>(frames, true, progress), crc) << progress;
+    EXPECT_EQ(test::ChecksumOf<CWrapMetallic>(frames, true, 0.5), 217691735u) << "wrapped";
 }
 
 }  // namespace

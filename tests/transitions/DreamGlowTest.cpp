@@ -33,6 +33,10 @@ std::vector<uint8_t> Bytes(const Picture& p) {
     return out;
 }
 
+std::vector<uint8_t> PixelAt(const Picture& p, int32_t x, int32_t y) {
+    return {p.Row(y) + x * 4, p.Row(y) + x * 4 + 4};
+}
+
 struct GlowFixture : ::testing::Test {
     test::TestHost host;
     MemoryAllocator allocator{&host};
@@ -59,20 +63,13 @@ TEST_F(GlowFixture, UniformFaceFollowsThePixelRule) {
         // gain 0.1: g = sqrt(0.08) * 1.5, gainInt 217, bright (99 * 217) >> 8 = 83 below base 99.
         FillUniform(p, 100, 100, 100, 50);
         PRDreamGlowEffect(0x00FF40, spread, 0.1f, &allocator).ProcessPicture(p);
-        const uint8_t* px = p.PixelAddress(7, 9, 0);
-        EXPECT_EQ(px[0], 0);    // blue ceiling 0
-        EXPECT_EQ(px[1], 100);  // green under 255
-        EXPECT_EQ(px[2], 64);   // red ceiling 0x40
-        EXPECT_EQ(px[3], 83);   // alpha raised to bright
+        // Blue to its ceiling 0, green under 255, red to 0x40, alpha raised to bright.
+        EXPECT_EQ(PixelAt(p, 7, 9), (std::vector<uint8_t>{0, 100, 64, 83}));
         // gain 0.3: gainInt trunc(sqrt(0.24) * 1.5 * 512) = 376; lum = base = 89,
         // bright (89 * 376) >> 8 = 130, d = 41, each channel + (41 * 255) >> 8 = 40.
         FillUniform(p, 10, 100, 100, 200);
         PRDreamGlowEffect(0xFFFFFF, spread, 0.3f, &allocator).ProcessPicture(p);
-        px = p.PixelAddress(15, 0, 0);
-        EXPECT_EQ(px[0], 50);
-        EXPECT_EQ(px[1], 140);
-        EXPECT_EQ(px[2], 140);
-        EXPECT_EQ(px[3], 200);
+        EXPECT_EQ(PixelAt(p, 15, 0), (std::vector<uint8_t>{50, 140, 140, 200}));
     }
 }
 

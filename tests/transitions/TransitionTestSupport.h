@@ -1,5 +1,7 @@
 // Rendering a transition in tests: two patterned inputs, an output prefilled
-// with a known byte, the effect's own defaults as parameter values.
+// with a known byte, the effect's own defaults as parameter values; checksum
+// and end-of-transition checks, a plain mix of two frames, and a tolerance
+// comparison for scene points.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +10,8 @@
 
 #include "TestHost.h"
 #include "frame/EffectInterfaces.h"
+#include "picture/PictureOps.h"
+#include "scene/Math3D.h"
 
 namespace halcyra::test {
 
@@ -51,6 +55,19 @@ void ExpectChecksums(const std::function<IVideoEffect*()>& make, const CrcCase (
     }
 }
 
+// The same for cases of any shape: `make` gives the effect for a case and
+// `adjust` sets the case on its defaults.
+template <class Case, size_t N, class Make, class Adjust>
+void ExpectCaseChecksums(Make make, const Case (&cases)[N], Adjust adjust) {
+    for (size_t i = 0; i < N; ++i) {
+        TransitionRun run(make(cases[i]), 64, 48);
+        adjust(run.host, cases[i]);
+        ASSERT_TRUE(run.Render(cases[i].progress)) << "case " << i;
+        EXPECT_TRUE(run.out.GuardsIntact());
+        EXPECT_EQ(run.out.Crc(), cases[i].crc) << "case " << i << ", progress " << cases[i].progress;
+    }
+}
+
 // Progress 0 shows the first picture and 1 the second, with Reverse off and
 // on: Reverse swaps the pictures as well as the time.
 inline void ExpectPlainEnds(TransitionRun& run, int32_t reverseIndex) {
@@ -65,8 +82,8 @@ inline void ExpectPlainEnds(TransitionRun& run, int32_t reverseIndex) {
 }
 
 // The parameter names in order, and nothing after the last.
-template <size_t N>
-void ExpectParameterNames(IVideoEffect* effect, const char* const (&names)[N]) {
+template <class Names>
+void ExpectParameterNames(IVideoEffect* effect, const Names& names) {
     ParameterInfo info{};
     int32_t i = 0;
     for (const char* name : names) {
@@ -76,6 +93,24 @@ void ExpectParameterNames(IVideoEffect* effect, const char* const (&names)[N]) {
         ++i;
     }
     EXPECT_FALSE(effect->GetParameterInfo(i, &info));
+}
+
+// The plain mix first * firstWeight + second * secondWeight of two frames.
+inline std::vector<uint8_t> MixedPixels(const GuardedFrame& first, const GuardedFrame& second,
+                                        float firstWeight, float secondWeight) {
+    GuardedFrame mixed(first.width, first.height);
+    Picture a, b, m;
+    a.AttachImage(first.desc);
+    b.AttachImage(second.desc);
+    m.AttachImage(mixed.desc);
+    PictureOps::MixPictures(a, b, m, firstWeight, secondWeight);
+    return mixed.Pixels();
+}
+
+inline void ExpectNear(const Vector3D& got, const Vector3D& want, double tolerance) {
+    EXPECT_NEAR(got.x, want.x, tolerance);
+    EXPECT_NEAR(got.y, want.y, tolerance);
+    EXPECT_NEAR(got.z, want.z, tolerance);
 }
 
 }  // namespace halcyra::test

@@ -11,36 +11,29 @@
 namespace halcyra {
 namespace {
 
-TEST(Library, NameCountAndIdentity) {
+// Each effect's own interfaces are checked from outside by the binary contract
+// test; here, the library object itself and what only the catalogue knows.
+TEST(Library, CountsAndInterfacesOfTheLibraryObject) {
     IEffectLibrary* a = GetEffectsLibrary();
     IEffectLibrary* b = GetEffectsLibrary();
     ASSERT_NE(a, b);  // not a singleton
     EXPECT_STREQ(a->GetName(), "Corvane Halcyra Suite");
-    EXPECT_EQ(a->AddRef(), 2u);
-    EXPECT_EQ(a->Release(), 1u);  // a count of 2 releases to 1
     EXPECT_EQ(a->GetActivationManager(), b->GetActivationManager());
     EXPECT_EQ(a->LibraryReservedB(), 0);
     a->LibraryReservedA(nullptr, 5);
-    EXPECT_EQ(a->AddRef(), 2u);
-    a->Release();
+    void* out = reinterpret_cast<void*>(1);
+    EXPECT_EQ(a->QueryInterface(IID_IVideoEffect, &out), kStatusNoInterface);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(a->QueryInterface(IID_IUnknown, &out), kStatusOk);
+    EXPECT_EQ(out, static_cast<void*>(a));
+    EXPECT_EQ(a->QueryInterface(IID_IEffectLibrary, &out), kStatusOk);
+    EXPECT_EQ(a->Release(), 2u);
+    EXPECT_EQ(a->Release(), 1u);
     EXPECT_EQ(a->Release(), 0u);
     EXPECT_EQ(b->Release(), 0u);
 }
 
-TEST(Library, QueryInterfaceAnswersOnlyItsOwnInterfaces) {
-    IEffectLibrary* library = GetEffectsLibrary();
-    void* out = reinterpret_cast<void*>(1);
-    EXPECT_EQ(library->QueryInterface(IID_IVideoEffect, &out), kStatusNoInterface);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(library->QueryInterface(IID_IUnknown, &out), kStatusOk);
-    EXPECT_EQ(out, static_cast<void*>(library));
-    EXPECT_EQ(library->QueryInterface(IID_IEffectLibrary, &out), kStatusOk);
-    EXPECT_EQ(library->Release(), 2u);
-    library->Release();
-    EXPECT_EQ(library->Release(), 0u);
-}
-
-TEST(Library, CreateEffectTreatsIndexAsUnsigned) {
+TEST(Library, CreateEffectTreatsIndexAsUnsignedAndOnlyTheHaloHasPresets) {
     IEffectLibrary* library = GetEffectsLibrary();
     EXPECT_EQ(library->CreateEffect(37), nullptr);
     EXPECT_EQ(library->CreateEffect(-1), nullptr);
@@ -51,35 +44,10 @@ TEST(Library, CreateEffectTreatsIndexAsUnsigned) {
             EXPECT_EQ(CatalogueEntry(i).create, nullptr) << i;
             continue;
         }
-        EXPECT_STREQ(effect->GetName(), CatalogueEntry(i).displayName) << i;
-        EXPECT_EQ(effect->GetInputCount(), CatalogueEntry(i).inputCount) << i;
-        EXPECT_EQ(effect->GetPresetName(0), i == 21 ? effect->GetPresetName(0) : nullptr) << i;
-        EXPECT_EQ(effect->ReservedEffectSlot(nullptr, 0), 0);
+        EXPECT_EQ(effect->GetPresetName(0) != nullptr, i == 21) << i;
         EXPECT_EQ(effect->Release(), 0u);  // created with its one reference
     }
-    library->Release();
-}
-
-TEST(Library, CatalogueNamesAtTheFixedIndices) {
-    EXPECT_STREQ(CatalogueEntry(0).displayName, "Corvane Roll");
     EXPECT_STREQ(CatalogueEntry(22).className, "CMetallic");
-    EXPECT_STREQ(CatalogueEntry(26).displayName, "Metallic HY");
-    EXPECT_STREQ(CatalogueEntry(33).displayName, "Corvane 3D Fly Apart");
-    EXPECT_STREQ(CatalogueEntry(36).displayName, "Corvane Star");
-    for (int32_t i = 23; i <= 32; ++i) EXPECT_EQ(CatalogueEntry(i).inputCount, 1);
-}
-
-TEST(Library, EffectQueryInterfaceFormOfPlainEffects) {
-    IEffectLibrary* library = GetEffectsLibrary();
-    IVideoEffect* effect = library->CreateEffect(22);
-    ASSERT_NE(effect, nullptr);
-    void* out = reinterpret_cast<void*>(1);
-    EXPECT_EQ(effect->QueryInterface(IID_IVideoHost, &out), kStatusNoInterface);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(effect->QueryInterface(IID_IVideoEffect, &out), kStatusOk);
-    EXPECT_EQ(out, static_cast<void*>(effect));
-    EXPECT_EQ(effect->Release(), 1u);
-    EXPECT_EQ(effect->Release(), 0u);
     library->Release();
 }
 

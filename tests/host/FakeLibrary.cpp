@@ -21,48 +21,16 @@ struct ParameterRow {
     std::vector<const char*> choices;
 };
 
-ParameterData FloatValue(float v) {
-    ParameterData d{};
-    d.number = v;
-    return d;
-}
-ParameterData PointValue(float x, float y) {
-    ParameterData d{};
-    d.point[0] = x;
-    d.point[1] = y;
-    return d;
-}
-ParameterData IntValue(uint32_t v) {
-    ParameterData d{};
-    d.colour = v;
-    return d;
-}
-
-void FillInfo(const ParameterRow& row, ParameterInfo* info) {
-    info->value = row.value;
-    info->type = row.type;
-    if (row.type == kParamFloat) {
-        info->minimum = row.minimum;
-        info->maximum = row.maximum;
-    }
-    if (row.type == kParamChoice) {
-        info->choiceCount = static_cast<int32_t>(row.choices.size());
-        for (size_t i = 0; i < row.choices.size(); ++i) std::strcpy(info->choices[i], row.choices[i]);
-    }
-    std::strcpy(info->name, row.name);
-}
-
-class EffectBase : public IVideoEffect {
+// One reference count for the object, which answers to IUnknown and `kOwn`.
+template <class Face, const Guid& kOwn>
+class Counted : public Face {
 public:
-    virtual ~EffectBase() = default;
+    virtual ~Counted() = default;
     int32_t QueryInterface(const Guid& iid, void** out) override {
-        if (SameGuid(iid, IID_IUnknown) || SameGuid(iid, IID_IVideoEffect)) {
-            *out = this;
-            AddRef();
-            return kStatusOk;
-        }
-        *out = nullptr;
-        return kStatusNoInterface;
+        *out = SameGuid(iid, IID_IUnknown) || SameGuid(iid, kOwn) ? this : nullptr;
+        if (*out == nullptr) return kStatusNoInterface;
+        AddRef();
+        return kStatusOk;
     }
     uint32_t AddRef() override { return ++count; }
     uint32_t Release() override {
@@ -72,10 +40,23 @@ public:
         }
         return count.load();
     }
+
+private:
+    std::atomic<uint32_t> count{1};
+};
+
+class EffectBase : public Counted<IVideoEffect, IID_IVideoEffect> {
+public:
     bool GetParameterInfo(int32_t index, ParameterInfo* info) override {
         const std::vector<ParameterRow>& rows = Rows();
         if (index < 0 || static_cast<size_t>(index) >= rows.size()) return false;
-        FillInfo(rows[index], info);
+        const ParameterRow& row = rows[index];
+        info->value = row.value;
+        info->type = row.type;
+        if (row.type == kParamFloat) info->minimum = row.minimum, info->maximum = row.maximum;
+        if (row.type == kParamChoice) info->choiceCount = static_cast<int32_t>(row.choices.size());
+        for (size_t i = 0; i < row.choices.size(); ++i) std::strcpy(info->choices[i], row.choices[i]);
+        std::strcpy(info->name, row.name);
         return true;
     }
     const char* GetPresetName(int32_t) override { return nullptr; }
@@ -102,9 +83,6 @@ protected:
                         static_cast<const uint8_t*>(in->data) + static_cast<ptrdiff_t>(y) * in->pitch,
                         static_cast<size_t>(w) * 4);
     }
-
-private:
-    std::atomic<uint32_t> count{1};
 };
 
 // Transition: a 256ths mix, exactly the first picture at 0 and the second at 1.
@@ -132,7 +110,7 @@ public:
 private:
     const std::vector<ParameterRow>& Rows() const override {
         static const std::vector<ParameterRow> rows = {
-            {"Softness", kParamFloat, FloatValue(0.2f), 0, 10, {}}};
+            {"Softness", kParamFloat, {.number = 0.2f}, 0, 10, {}}};
         return rows;
     }
 };
@@ -181,17 +159,17 @@ public:
 private:
     const std::vector<ParameterRow>& Rows() const override {
         static const std::vector<ParameterRow> rows = {
-            {"$$$/CV/Strength=Strength", kParamFloat, FloatValue(0.5f), -100, 100, {}},
-            {"$$$/CV/Angle=Angle", kParamFloat, FloatValue(0.25f), 0, 360, {}},
-            {"$$$/CV/Color=Color", kParamColour, IntValue(0x0000FE), 0, 0, {}},
-            {"$$$/CV/Center=Center", kParamPoint, PointValue(0.5f, 0.5f), 0, 0, {}},
+            {"$$$/CV/Strength=Strength", kParamFloat, {.number = 0.5f}, -100, 100, {}},
+            {"$$$/CV/Angle=Angle", kParamFloat, {.number = 0.25f}, 0, 360, {}},
+            {"$$$/CV/Color=Color", kParamColour, {.colour = 0x0000FE}, 0, 0, {}},
+            {"$$$/CV/Center=Center", kParamPoint, {.point = {0.5f, 0.5f}}, 0, 0, {}},
             {"$$$/CV/Background=Background",
              kParamChoice,
-             IntValue(0),
+             {},
              0,
              0,
              {"First picture", "Second picture", "Black"}},
-            {"$$$/CV/Rotate=Rotate", kParamBool, IntValue(0), 0, 0, {}},
+            {"$$$/CV/Rotate=Rotate", kParamBool, {}, 0, 0, {}},
         };
         return rows;
     }
@@ -218,31 +196,14 @@ public:
 private:
     const std::vector<ParameterRow>& Rows() const override {
         static const std::vector<ParameterRow> rows = {
-            {"$$$/CV/Magnitude=Magnitude", kParamFloat, FloatValue(0.835f), 0, 100, {}}};
+            {"$$$/CV/Magnitude=Magnitude", kParamFloat, {.number = 0.835f}, 0, 100, {}}};
         return rows;
     }
     int frames = 0;
 };
 
-class FakeLibrary final : public IEffectLibrary {
+class FakeLibrary final : public Counted<IEffectLibrary, IID_IEffectLibrary> {
 public:
-    int32_t QueryInterface(const Guid& iid, void** out) override {
-        if (SameGuid(iid, IID_IUnknown) || SameGuid(iid, IID_IEffectLibrary)) {
-            *out = this;
-            AddRef();
-            return kStatusOk;
-        }
-        *out = nullptr;
-        return kStatusNoInterface;
-    }
-    uint32_t AddRef() override { return ++count; }
-    uint32_t Release() override {
-        if (count.fetch_sub(1) == 1) {
-            delete this;
-            return 0;
-        }
-        return count.load();
-    }
     const char* GetName() override { return "Fake Effects"; }
     IVideoEffect* CreateEffect(int32_t index) override {
         switch (index) {
@@ -259,9 +220,6 @@ public:
     void LibraryReservedA(void*, int32_t) override {}
     IActivationManager* GetActivationManager() override { return nullptr; }
     intptr_t LibraryReservedB() override { return 0; }
-
-private:
-    std::atomic<uint32_t> count{1};
 };
 
 }  // namespace

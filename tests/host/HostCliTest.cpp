@@ -127,11 +127,8 @@ protected:
 TEST_F(HostCli, ListsOnlyTheRowsThatExist) {
     Result result = Run({"list"});
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_NE(result.out.find("Corvane Fake Mix"), std::string::npos);
-    EXPECT_NE(result.out.find("transition"), std::string::npos);
-    EXPECT_NE(result.out.find("Probe HY"), std::string::npos);
-    EXPECT_NE(result.out.find("Earthquake HY"), std::string::npos);
-    EXPECT_NE(result.out.find("3 effects"), std::string::npos);
+    for (const char* expected : {"Corvane Fake Mix", "transition", "Probe HY", "Earthquake HY", "3 effects"})
+        EXPECT_NE(result.out.find(expected), std::string::npos) << expected;
     EXPECT_TRUE(result.err.empty());
 }
 

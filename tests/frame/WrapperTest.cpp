@@ -122,7 +122,9 @@ TEST(Wrapper, ShownListsOfAllTen) {
             EXPECT_EQ(info.layoutValid, 1);
             EXPECT_EQ(std::strncmp(info.name, "$$$/CV/", 7), 0);
             ++count;
-            if (count == e.count) EXPECT_EQ(info.layoutPrimary, e.lastPrimary);
+            if (count == e.count) {
+                EXPECT_EQ(info.layoutPrimary, e.lastPrimary);
+            }
             info = ParameterInfo{};
         }
         EXPECT_EQ(count, e.count);

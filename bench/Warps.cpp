@@ -1,6 +1,7 @@
 // Speed of the warps and the resize on a full 1920x1080 frame, in pixels per
 // second, beside a plain copy of the same frame (the floor). Each routine runs
-// with the reference rows and with the best class this machine supports.
+// with the reference rows and with the best class this machine supports; the
+// face warps also with a shading folded into their reads.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -73,23 +74,45 @@ void BM_WarpAffineBilinear(benchmark::State& state) {
 }
 BENCHMARK(BM_WarpAffineBilinear)->Arg(0)->Arg(1)->Arg(2);
 
-// A face seen at an angle that covers most of the frame.
-void BM_WarpPerspectiveBilinear(benchmark::State& state) {
+// A face of a w x h source warped into quad, unshaded (range(1) < 0) or with
+// its shading folded into the reads (range(1) the factor).
+void WarpFace(benchmark::State& state, int32_t w, int32_t h, const double quad[8]) {
     Frames& f = SharedFrames();
-    const double quad[8] = {-40, -30, kWidth + 60, 20, kWidth - 20, kHeight + 50, 10, kHeight - 10};
-    const KernelRect whole{0, 0, kWidth, kHeight};
+    const KernelRect whole{0, 0, w, h};
     double matrix[9];
     KernelPerspectiveFromQuad(&whole, quad, matrix);
     const warp::WarpTable& table = warp::WarpTableFor(ClassOf(state));
+    const int32_t factor = state.range(1) < 0 ? warp::kUnshaded : static_cast<int32_t>(state.range(1));
     for (auto _ : state) {
-        warp::WarpPerspectiveIntoQuadWithTable(table, f.source.data(), {kWidth, kHeight}, kPitch, whole,
-                                               f.destination.data(), kPitch, whole, quad, matrix,
-                                               kInterpolationBilinear);
+        warp::WarpPerspectiveIntoQuadWithTable(table, f.source.data(), {w, h}, kPitch, whole,
+                                               f.destination.data(), kPitch, {0, 0, kWidth, kHeight}, quad,
+                                               matrix, kInterpolationBilinear, factor);
         benchmark::ClobberMemory();
     }
     SetCounters(state);
 }
-BENCHMARK(BM_WarpPerspectiveBilinear)->Arg(0)->Arg(1)->Arg(2);
+
+// A face seen at an angle that covers most of the frame.
+void BM_WarpPerspectiveBilinear(benchmark::State& state) {
+    const double quad[8] = {-40, -30, kWidth + 60, 20, kWidth - 20, kHeight + 50, 10, kHeight - 10};
+    WarpFace(state, kWidth, kHeight, quad);
+}
+BENCHMARK(BM_WarpPerspectiveBilinear)->ArgsProduct({{0, 1, 2}, {-1, 200}});
+
+// A whole frame shrunk about four times and turned, as the squares of a sunk
+// and tilted board: each source row is crossed by many destination rows.
+void BM_WarpPerspectiveShrunk(benchmark::State& state) {
+    const double quad[8] = {700, 300, 1190, 420, 1100, 700, 610, 580};
+    WarpFace(state, kWidth, kHeight, quad);
+}
+BENCHMARK(BM_WarpPerspectiveShrunk)->ArgsProduct({{0, 1, 2}, {-1, 200}});
+
+// A small tile grown to cover most of the frame.
+void BM_WarpPerspectiveGrown(benchmark::State& state) {
+    const double quad[8] = {-40, -30, kWidth + 60, 20, kWidth - 20, kHeight + 50, 10, kHeight - 10};
+    WarpFace(state, kWidth / 8, kHeight / 8, quad);
+}
+BENCHMARK(BM_WarpPerspectiveGrown)->ArgsProduct({{0, 1, 2}, {-1, 200}});
 
 // Half a frame up to a whole one.
 void BM_Resize4Bilinear(benchmark::State& state) {

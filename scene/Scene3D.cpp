@@ -38,8 +38,18 @@ bool InsidePicture(const PixelRect& r, const Picture& p) {
            r.height <= p.height - r.y;
 }
 
+// A shaded face is folded into its warp when it covers at most a share of the
+// source box it reads; beyond it a shaded copy is cheaper. A copy that stays
+// in a core's own cache (up to about a megabyte) is read much faster than the
+// picture, so folding pays only for faces shrunk far; a larger copy is read
+// from memory like the picture itself, and then folding pays unless the face
+// is brought close.
+constexpr double kCachedCopyPixels = 262144.0;
+constexpr double kFoldedShareOfCachedCopy = 0.09;
+constexpr double kFoldedShareOfLargeCopy = 0.5;
+
 constexpr int32_t kShadeTile = 32;
-// Shaded pictures kept within one DrawMesh; two cover a board of two pictures.
+// Shaded pictures kept within one DrawMesh.
 constexpr size_t kShadeCacheSize = 4;
 
 // A non-owning picture over a rectangle of another.
@@ -47,36 +57,40 @@ void ViewRect(const Picture& picture, int32_t x, int32_t y, int32_t width, int32
     view.Attach(picture.PixelAddress(x, y), width, height, picture.pitch, 4);
 }
 
-// The shaded copy of a face's rectangle, made only where the warp into q can
-// sample it: a face partly beyond the frame needs only its visible part, and
-// tiles already shaded for an earlier face of the same key are kept. The rest
-// of the work picture is never read.
-void ShadeSampledPart(const Picture& picture, const PixelRect& rect, Picture& work, int32_t factor,
-                      const double q[8], int32_t targetWidth, int32_t targetHeight,
-                      std::vector<uint8_t>& done) {
-    detail::SourceTiles tiles;
-    tiles.tileSize = kShadeTile;
-    detail::MarkSampledTiles(rect.width, rect.height, targetWidth, targetHeight, q, tiles);
-    done.resize(tiles.needed.size(), 0);
-    for (size_t k = 0; k < tiles.needed.size(); ++k) {
-        tiles.needed[k] = tiles.needed[k] != 0 && done[k] == 0;
-        done[k] = done[k] != 0 || tiles.needed[k] != 0;
-    }
-    for (int32_t ty = 0; ty < tiles.rows; ++ty) {
-        const uint8_t* needed = tiles.needed.data() + static_cast<size_t>(ty) * tiles.columns;
-        const int32_t y = ty * tiles.tileSize;
-        const int32_t height = std::min(tiles.tileSize, rect.height - y);
-        for (int32_t tx = 0; tx < tiles.columns;) {
-            if (needed[tx] == 0) {
+// The target's drawable size, as WarpFaceInto takes it.
+int32_t TargetWidth(const SceneTarget& target) {
+    return std::min(target.width, target.picture.width);
+}
+int32_t TargetHeight(const SceneTarget& target) {
+    return std::min(target.height, target.picture.height);
+}
+
+// The shaded copy of a face's picture, made only within the box of pixels the
+// warp can read, in tiles; tiles already shaded for an earlier face of the
+// same copy (marked in `done`) are kept. The rest of the work picture is
+// never read.
+void ShadeSampledPart(const Picture& source, Picture& work, int32_t factor,
+                      const detail::FaceFootprint& footprint, std::vector<uint8_t>& done) {
+    const int32_t columns = (source.width + kShadeTile - 1) / kShadeTile;
+    const int32_t rows = (source.height + kShadeTile - 1) / kShadeTile;
+    done.resize(static_cast<size_t>(columns) * rows, 0);
+    if (footprint.x0 > footprint.x1 || footprint.y0 > footprint.y1) return;
+    const int32_t tx0 = footprint.x0 / kShadeTile, tx1 = footprint.x1 / kShadeTile;
+    for (int32_t ty = footprint.y0 / kShadeTile; ty <= footprint.y1 / kShadeTile; ++ty) {
+        uint8_t* doneRow = done.data() + static_cast<size_t>(ty) * columns;
+        const int32_t y = ty * kShadeTile;
+        const int32_t height = std::min(kShadeTile, source.height - y);
+        for (int32_t tx = tx0; tx <= tx1;) {
+            if (doneRow[tx] != 0) {
                 ++tx;
                 continue;
             }
             int32_t runEnd = tx;
-            while (runEnd < tiles.columns && needed[runEnd] != 0) ++runEnd;
-            const int32_t x = tx * tiles.tileSize;
-            const int32_t width = std::min(runEnd * tiles.tileSize, rect.width) - x;
+            while (runEnd <= tx1 && doneRow[runEnd] == 0) doneRow[runEnd++] = 1;
+            const int32_t x = tx * kShadeTile;
+            const int32_t width = std::min(runEnd * kShadeTile, source.width) - x;
             Picture from, to;
-            ViewRect(picture, rect.x + x, rect.y + y, width, height, from);
+            ViewRect(source, x, y, width, height, from);
             ViewRect(work, x, y, width, height, to);
             PictureOps::ScalePictureAlpha(from, to, factor);
             tx = runEnd;
@@ -128,9 +142,8 @@ std::vector<int32_t> DepthSortOrder(const std::vector<QuadFace>& faces) {
 bool WarpFaceInto(SceneTarget& target, const double q[8], const Picture& source, uint32_t flags) {
     if (!target.IsValid() || !HasPixels(source) || !HasPixels(target.picture)) return false;
     return detail::WarpSourceIntoQuad(source.data, source.width, source.height, source.pitch,
-                                      target.picture.data, std::min(target.width, target.picture.width),
-                                      std::min(target.height, target.picture.height), target.picture.pitch, q,
-                                      flags);
+                                      target.picture.data, TargetWidth(target), TargetHeight(target),
+                                      target.picture.pitch, q, flags);
 }
 
 Scene3D::Scene3D()
@@ -299,25 +312,46 @@ bool Scene3D::DrawQuad(const QuadFace& face, uint32_t warpFlags, bool backPass) 
     const bool shaded = brightness < 1.0;
     const int32_t factor = shaded ? TruncToInt32(brightness * 255.0) : 0;
     if (postEffects.empty()) {
+        // Only the shading changes the face's pixels: warp from the picture's
+        // rectangle itself, which reads exactly what a cut copy holds.
+        Picture view;
+        ViewRect(picture, rect.x, rect.y, rect.width, rect.height, view);
         if (!shaded) {
-            // Nothing changes the face's pixels: warp straight from the
-            // picture's rectangle, which reads exactly what a cut copy holds.
-            Picture view;
-            ViewRect(picture, rect.x, rect.y, rect.width, rect.height, view);
             WarpFaceInto(*target, q, view, warpFlags);
             return true;
         }
+        // Either the warp shades each pixel it reads, or a copy is shaded
+        // where the warp can read it and the warp reads the copy. Folding
+        // costs per destination pixel, and more where a face shrunk far into
+        // the distance reads scattered pixels; the copy costs per source
+        // pixel, once for all faces of a mesh that share it. Both give the
+        // same bytes.
+        const int32_t dw = TargetWidth(*target);
+        const int32_t dh = TargetHeight(*target);
+        const detail::FaceFootprint footprint = detail::FaceFootprintOf(rect.width, rect.height, dw, dh, q);
+        const double boxPixels = (static_cast<double>(footprint.x1) - footprint.x0 + 1.0) *
+                                 (static_cast<double>(footprint.y1) - footprint.y0 + 1.0);
+        ShadedPicture* kept = shadeCache != nullptr ? FindShaded(picture, rect, factor) : nullptr;
+        if (kept == nullptr && detail::ShadingFoldsIntoWarp(factor, warpFlags) &&
+            footprint.area <= boxPixels * (boxPixels <= kCachedCopyPixels ? kFoldedShareOfCachedCopy
+                                                                          : kFoldedShareOfLargeCopy)) {
+            if (HasPixels(target->picture))
+                detail::WarpShadedSourceIntoQuad(view.data, view.width, view.height, view.pitch,
+                                                 target->picture.data, dw, dh, target->picture.pitch, q,
+                                                 warpFlags, factor);
+            return true;
+        }
         if (shadeCache != nullptr) {
-            ShadedPicture& kept = ShadedFor(picture, rect, factor);
-            if (kept.work.data == nullptr) return true;
-            ShadeSampledPart(picture, rect, kept.work, factor, q, target->width, target->height, kept.done);
-            WarpFaceInto(*target, q, kept.work, warpFlags);
+            if (kept == nullptr) kept = &AddShaded(picture, rect, factor);
+            if (kept->work.data == nullptr) return true;
+            ShadeSampledPart(view, kept->work, factor, footprint, kept->done);
+            WarpFaceInto(*target, q, kept->work, warpFlags);
             return true;
         }
         Picture work;
         if (!work.Allocate(rect.width, rect.height, 4, allocator)) return true;
         std::vector<uint8_t> done;
-        ShadeSampledPart(picture, rect, work, factor, q, target->width, target->height, done);
+        ShadeSampledPart(view, work, factor, footprint, done);
         WarpFaceInto(*target, q, work, warpFlags);
         return true;
     }
@@ -334,9 +368,14 @@ bool Scene3D::DrawQuad(const QuadFace& face, uint32_t warpFlags, bool backPass) 
     return true;
 }
 
-Scene3D::ShadedPicture& Scene3D::ShadedFor(const Picture& picture, const PixelRect& rect, int32_t factor) {
+Scene3D::ShadedPicture* Scene3D::FindShaded(const Picture& picture, const PixelRect& rect, int32_t factor) {
     for (auto& entry : *shadeCache)
-        if (entry->source == picture.data && entry->rect == rect && entry->factor == factor) return *entry;
+        if (entry->source == picture.data && entry->rect == rect && entry->factor == factor)
+            return entry.get();
+    return nullptr;
+}
+
+Scene3D::ShadedPicture& Scene3D::AddShaded(const Picture& picture, const PixelRect& rect, int32_t factor) {
     if (shadeCache->size() >= kShadeCacheSize) shadeCache->erase(shadeCache->begin());
     auto entry = std::make_unique<ShadedPicture>();
     entry->source = picture.data;
@@ -350,7 +389,8 @@ Scene3D::ShadedPicture& Scene3D::ShadedFor(const Picture& picture, const PixelRe
 void Scene3D::DrawMesh(const QuadMesh& mesh, uint32_t warpFlags) {
     if (target == nullptr) return;
     // Within one mesh no face's picture changes, so a face shaded alike from
-    // the same rectangle (the squares of a flat board) reuses the shading.
+    // the same rectangle (the copies of one picture in a spiral) reuses the
+    // shading.
     std::vector<std::unique_ptr<ShadedPicture>> cache;
     shadeCache = &cache;
     for (const int32_t index : DepthSortOrder(mesh.faces)) DrawQuad(mesh.faces[index], warpFlags, false);

@@ -115,7 +115,8 @@ private:
     };
 
     Vector3D Corner(double sx, double y) const;
-    ShadedPicture& ShadedFor(const Picture& picture, const PixelRect& rect, int32_t factor);
+    ShadedPicture* FindShaded(const Picture& picture, const PixelRect& rect, int32_t factor);
+    ShadedPicture& AddShaded(const Picture& picture, const PixelRect& rect, int32_t factor);
 
     std::unique_ptr<SceneTarget> target;
     Matrix3D world;

@@ -123,6 +123,17 @@ void ProjectiveRowGeneric(const SourceView& s, const ProjectiveInverse& m, int32
     }
 }
 
+void ProjectiveRowBilinearShaded(const SourceView& s, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                                 int32_t count, int32_t factor, uint8_t* out) {
+    const double row = y;
+    for (int32_t k = 0; k < count; ++k, out += 4) {
+        double u = 0.0;
+        double v = 0.0;
+        ProjectivePosition(m, static_cast<double>(xFirst + k), row, u, v);
+        SampleBilinear4Shaded(s, u, v, factor, out);
+    }
+}
+
 void ResizeRowBilinear4Reference(const SourceView& s, const double* xs, double y, int32_t count,
                                  uint8_t* out) {
     for (int32_t k = 0; k < count; ++k) SampleBilinear4(s, xs[k], y, out + 4 * k);
@@ -148,17 +159,25 @@ int32_t FillQuad(const WarpSetup& setup, uint8_t* destination, int32_t destinati
     return kStatusOk;
 }
 
+// Without shading when shadeFactor is kUnshaded; with it only bilinear
+// sampling is offered, which the caller has checked.
 int32_t FillProjective(const WarpTable& table, const WarpSetup& setup, uint8_t* destination,
                        int32_t destinationPitch, const scan::QuadPoint quad[4],
-                       const ProjectiveInverse& inverse) {
+                       const ProjectiveInverse& inverse, int32_t shadeFactor) {
     ProjectiveRowFn rowFn = table.projectiveBilinear;
     if (setup.code == kInterpolationNearest) rowFn = ProjectiveRowGeneric<SampleNearest<4>>;
     if (setup.code == kInterpolationCubic) rowFn = ProjectiveRowGeneric<SampleCubic<4>>;
+    const ProjectiveShadedRowFn shadedFn = table.projectiveBilinearShaded;
+    const bool shaded = shadeFactor != kUnshaded;
     return FillQuad(setup, destination, destinationPitch, quad, [&](const SpanRow* rows, int32_t rowCount) {
         for (int32_t r = 0; r < rowCount; ++r) {
             uint8_t* out = destination + static_cast<intptr_t>(destinationPitch) * rows[r].y +
                            static_cast<intptr_t>(rows[r].xFirst) * 4;
-            rowFn(setup.view, inverse, rows[r].y, rows[r].xFirst, rows[r].count, out);
+            if (shaded) {
+                shadedFn(setup.view, inverse, rows[r].y, rows[r].xFirst, rows[r].count, shadeFactor, out);
+            } else {
+                rowFn(setup.view, inverse, rows[r].y, rows[r].xFirst, rows[r].count, out);
+            }
         }
     });
 }
@@ -207,27 +226,33 @@ int32_t WarpPerspectiveWithTable(const WarpTable& table, const uint8_t* source, 
         const double w = c[6] * xs[k] + c[7] * ys[k] + c[8];
         quad[k] = {(c[0] * xs[k] + c[1] * ys[k] + c[2]) / w, (c[3] * xs[k] + c[4] * ys[k] + c[5]) / w};
     }
-    return FillProjective(table, setup, destination, destinationPitch, quad, InvertProjective(c));
+    return FillProjective(table, setup, destination, destinationPitch, quad, InvertProjective(c), kUnshaded);
 }
 
 int32_t WarpPerspectiveIntoQuadWithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
                                          int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                                          int32_t destinationPitch, KernelRect destinationRect,
-                                         const double* quad, const double* matrix, uint32_t interpolation) {
+                                         const double* quad, const double* matrix, uint32_t interpolation,
+                                         int32_t shadeFactor) {
     if (quad == nullptr) return kStatusNullPointer;
     WarpSetup setup;
     const int32_t status = CheckWarp(source, sourceSize, sourcePitch, sourceRect, destination,
                                      destinationPitch, destinationRect, matrix, interpolation, true, setup);
     if (status != kStatusOk) return status;
+    if (shadeFactor != kUnshaded &&
+        (!WarpShadingFoldable(shadeFactor) || setup.code != kInterpolationBilinear))
+        return kStatusBadArgument;
     const scan::QuadPoint corners[4] = {
         {quad[0], quad[1]}, {quad[2], quad[3]}, {quad[4], quad[5]}, {quad[6], quad[7]}};
-    return FillProjective(table, setup, destination, destinationPitch, corners, InvertProjective(matrix));
+    return FillProjective(table, setup, destination, destinationPitch, corners, InvertProjective(matrix),
+                          shadeFactor);
 }
 
 namespace reference {
 const WarpTable kWarpTable = {
     AffineSpansByRows<AffineRowGeneric<SampleBilinear4>>,
     ProjectiveRowGeneric<SampleBilinear4>,
+    ProjectiveRowBilinearShaded,
     ResizeRowBilinear4Reference,
     nullptr,
     nullptr,
@@ -273,6 +298,17 @@ int32_t WarpPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, in
     return warp::WarpPerspectiveIntoQuadWithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize,
                                                   sourcePitch, sourceRect, destination, destinationPitch,
                                                   destinationRect, quad, matrix, interpolation);
+}
+
+int32_t WarpShadedPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                                      KernelRect destinationRect, const double* quad, const double* matrix,
+                                      uint32_t interpolation, int32_t shadeFactor) {
+    // Any factor it cannot fold is refused there, after the checks that come first.
+    const int32_t factor = WarpShadingFoldable(shadeFactor) ? shadeFactor : -1;
+    return warp::WarpPerspectiveIntoQuadWithTable(warp::WarpTableFor(ActiveCpuClass()), source, sourceSize,
+                                                  sourcePitch, sourceRect, destination, destinationPitch,
+                                                  destinationRect, quad, matrix, interpolation, factor);
 }
 
 int32_t KernelPerspectiveFromQuad(const KernelRect* sourceRect, const double* quad, double* matrix) {

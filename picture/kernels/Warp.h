@@ -61,4 +61,21 @@ int32_t WarpPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, in
                                 KernelRect destinationRect, const double* quad, const double* matrix,
                                 uint32_t interpolation);
 
+// Factors for which a warp can fold a face's shading into its reads. Within
+// 0..256 every product of the shading fits 16 bits and the new alpha needs no
+// clamp, which the SIMD variants rely on.
+constexpr bool WarpShadingFoldable(int32_t factor) {
+    return factor >= 0 && factor <= 256;
+}
+
+// WarpPerspectiveIntoQuad from the source as ScalePictureAlpha with
+// shadeFactor would leave it, without making that copy: each source pixel is
+// shaded as it is read. The picture is the very one a warp of the shaded copy
+// gives. Bilinear sampling and factors 0..256 only; -13 otherwise, with
+// nothing written.
+int32_t WarpShadedPerspectiveIntoQuad(const uint8_t* source, KernelSize sourceSize, int32_t sourcePitch,
+                                      KernelRect sourceRect, uint8_t* destination, int32_t destinationPitch,
+                                      KernelRect destinationRect, const double* quad, const double* matrix,
+                                      uint32_t interpolation, int32_t shadeFactor);
+
 }  // namespace halcyra

@@ -7,8 +7,10 @@
 #include <cstdint>
 
 #include "picture/kernels/CpuClass.h"
+#include "picture/kernels/KernelPixel.h"
 #include "picture/kernels/KernelTypes.h"
 #include "picture/kernels/Numerics.h"
+#include "picture/kernels/Warp.h"
 
 namespace halcyra::warp {
 
@@ -20,9 +22,15 @@ struct SourceView {
     int32_t pitch;
 };
 
-// Rule B for 4-byte pixels, in doubles. The clamps of ix and iy at 0 keep the
-// reads inside the picture when a position is not a number or far outside.
-inline void SampleBilinear4(const SourceView& s, double sx, double sy, uint8_t* out) {
+// Where rule B reads: the top left of the 2 x 2 block and the two weights.
+// The clamps of ix and iy at 0 keep the reads inside the picture when a
+// position is not a number or far outside.
+struct BilinearPlace {
+    const uint8_t* topLeft;
+    double fx;
+    double fy;
+};
+inline BilinearPlace BilinearPlaceOf(const SourceView& s, double sx, double sy, int32_t bytesPerPixel) {
     int32_t ix = TruncToInt32(sx + 0.0000001);
     int32_t iy = TruncToInt32(sy + 0.0000001);
     double fx = 1.0;
@@ -39,8 +47,12 @@ inline void SampleBilinear4(const SourceView& s, double sx, double sy, uint8_t* 
     }
     if (ix < 0) ix = 0;
     if (iy < 0) iy = 0;
-    const uint8_t* p0 = s.data + static_cast<intptr_t>(s.pitch) * iy + static_cast<intptr_t>(ix) * 4;
-    const uint8_t* p1 = p0 + s.pitch;
+    return {s.data + static_cast<intptr_t>(s.pitch) * iy + static_cast<intptr_t>(ix) * bytesPerPixel, fx, fy};
+}
+
+// Rule B's sums for the four bytes of a pixel: p0 holds the pixel and its right
+// neighbour, p1 the two below them.
+inline void BlendBilinear4(const uint8_t* p0, const uint8_t* p1, double fx, double fy, uint8_t* out) {
     for (int32_t c = 0; c < 4; ++c) {
         const double top = p0[c] + static_cast<double>(p0[c + 4] - p0[c]) * fx;
         const double bottom = p1[c] + static_cast<double>(p1[c + 4] - p1[c]) * fx;
@@ -48,29 +60,34 @@ inline void SampleBilinear4(const SourceView& s, double sx, double sy, uint8_t* 
     }
 }
 
+// Rule B for 4-byte pixels, in doubles.
+inline void SampleBilinear4(const SourceView& s, double sx, double sy, uint8_t* out) {
+    const BilinearPlace place = BilinearPlaceOf(s, sx, sy, 4);
+    BlendBilinear4(place.topLeft, place.topLeft + s.pitch, place.fx, place.fy, out);
+}
+
+// Rule B over the shaded source: each of the four pixels read is first put
+// through ScaleAlphaPixel with the factor, exactly as a shaded copy of the
+// source would hold it.
+inline void SampleBilinear4Shaded(const SourceView& s, double sx, double sy, int32_t factor, uint8_t* out) {
+    const BilinearPlace place = BilinearPlaceOf(s, sx, sy, 4);
+    uint8_t top[8];
+    uint8_t bottom[8];
+    for (int32_t k = 0; k < 8; k += 4) {
+        ScaleAlphaPixel(place.topLeft + k, top + k, factor);
+        ScaleAlphaPixel(place.topLeft + s.pitch + k, bottom + k, factor);
+    }
+    BlendBilinear4(top, bottom, place.fx, place.fy, out);
+}
+
 // Rule B for 1-byte pixels.
 inline void SampleBilinear1(const SourceView& s, double sx, double sy, uint8_t* out) {
-    int32_t ix = TruncToInt32(sx + 0.0000001);
-    int32_t iy = TruncToInt32(sy + 0.0000001);
-    double fx = 1.0;
-    double fy = 1.0;
-    if (ix < s.width - 1) {
-        fx = sx - static_cast<double>(ix);
-    } else {
-        ix = s.width - 2;
-    }
-    if (iy < s.height - 1) {
-        fy = sy - static_cast<double>(iy);
-    } else {
-        iy = s.height - 2;
-    }
-    if (ix < 0) ix = 0;
-    if (iy < 0) iy = 0;
-    const uint8_t* p0 = s.data + static_cast<intptr_t>(s.pitch) * iy + ix;
+    const BilinearPlace place = BilinearPlaceOf(s, sx, sy, 1);
+    const uint8_t* p0 = place.topLeft;
     const uint8_t* p1 = p0 + s.pitch;
-    const double top = p0[0] + static_cast<double>(p0[1] - p0[0]) * fx;
-    const double bottom = p1[0] + static_cast<double>(p1[1] - p1[0]) * fx;
-    *out = static_cast<uint8_t>(TruncToInt32((bottom - top) * fy + 0.5 + top));
+    const double top = p0[0] + static_cast<double>(p0[1] - p0[0]) * place.fx;
+    const double bottom = p1[0] + static_cast<double>(p1[1] - p1[0]) * place.fx;
+    *out = static_cast<uint8_t>(TruncToInt32((bottom - top) * place.fy + 0.5 + top));
 }
 
 inline int32_t ClampIndex(int64_t i, int32_t size) {
@@ -210,6 +227,9 @@ using AffineSpansFn = void (*)(const SourceView& source, const AffineInverse& in
                                int32_t rowCount, uint8_t* destination, int32_t pitch);
 using ProjectiveRowFn = void (*)(const SourceView& source, const ProjectiveInverse& inverse, int32_t y,
                                  int32_t xFirst, int32_t count, uint8_t* out);
+// The same over the source shaded by a factor that WarpShadingFoldable accepts.
+using ProjectiveShadedRowFn = void (*)(const SourceView& source, const ProjectiveInverse& inverse, int32_t y,
+                                       int32_t xFirst, int32_t count, int32_t factor, uint8_t* out);
 // Resize rows: rule B at positions (xs[k], y) for k < count.
 using ResizeRowFn = void (*)(const SourceView& source, const double* xs, double y, int32_t count,
                              uint8_t* out);
@@ -242,6 +262,7 @@ using CubicSumFn = int32_t (*)(const float* f0, const float* const* d, const Cub
 struct WarpTable {
     AffineSpansFn affineBilinear;
     ProjectiveRowFn projectiveBilinear;
+    ProjectiveShadedRowFn projectiveBilinearShaded;
     ResizeRowFn resizeBilinear4;
     // Null in the reference, which samples rule C pixel by pixel.
     CubicAcrossFn cubicAcross4;
@@ -273,10 +294,14 @@ int32_t WarpPerspectiveWithTable(const WarpTable& table, const uint8_t* source, 
                                  int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                                  int32_t destinationPitch, KernelRect destinationRect, const double* matrix,
                                  uint32_t interpolation);
+// shadeFactor: kUnshaded, or a factor that WarpShadingFoldable accepts (with
+// bilinear sampling only; -13 otherwise, before anything is written).
+inline constexpr int32_t kUnshaded = INT32_MIN;
 int32_t WarpPerspectiveIntoQuadWithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
                                          int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                                          int32_t destinationPitch, KernelRect destinationRect,
-                                         const double* quad, const double* matrix, uint32_t interpolation);
+                                         const double* quad, const double* matrix, uint32_t interpolation,
+                                         int32_t shadeFactor = kUnshaded);
 int32_t Resize4WithTable(const WarpTable& table, const uint8_t* source, KernelSize sourceSize,
                          int32_t sourcePitch, KernelRect sourceRect, uint8_t* destination,
                          int32_t destinationPitch, KernelSize destinationSize, double xFactor, double yFactor,

@@ -13,10 +13,27 @@
 namespace halcyra::warp::avx2 {
 namespace {
 
+// ScaleAlphaPixel on eight pixels, for a factor of 0..256 spread to every
+// 16-bit lane. With each byte b widened to the word b·256, the high half of
+// its product with f is (b·f) >> 8: the new alpha, and then, with that alpha
+// spread over its pixel, each colour's (c·alpha) >> 8.
+inline __m256i Shade8(__m256i pixels, __m256i factor) {
+    const __m256i zero = _mm256_setzero_si256();
+    auto words = [&](__m256i high) {
+        const __m256i alpha = _mm256_mulhi_epu16(high, factor);
+        const __m256i spread = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(alpha, 0xFF), 0xFF);
+        return _mm256_blend_epi16(_mm256_mulhi_epu16(high, spread), spread, 0x88);
+    };
+    return _mm256_packus_epi16(words(_mm256_unpacklo_epi8(zero, pixels)),
+                               words(_mm256_unpackhi_epi8(zero, pixels)));
+}
+
 // Rule B on four positions; returns the four 4-byte pixels. A byte b is turned
 // into a double as the bit pattern of 2^52 + b, exactly; differences of two
-// such values are the exact byte differences of the reference.
-inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
+// such values are the exact byte differences of the reference. With kShaded
+// the pixels read are shaded by `factor` (Shade8) first.
+template <bool kShaded = false>
+inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy, __m256i factor = __m256i{}) {
     const __m256d epsilon = _mm256_set1_pd(0.0000001);
     const __m256d one = _mm256_set1_pd(1.0);
     const __m128i zero = _mm_setzero_si128();
@@ -35,8 +52,12 @@ inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
                                             _mm256_slli_epi64(_mm256_cvtepi32_epi64(ix), 2));
     const auto* base = reinterpret_cast<const long long*>(s.data);
     // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
-    const __m256i top = _mm256_i64gather_epi64(base, offset, 1);
-    const __m256i bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
+    __m256i top = _mm256_i64gather_epi64(base, offset, 1);
+    __m256i bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
+    if constexpr (kShaded) {
+        top = Shade8(top, factor);
+        bottom = Shade8(bottom, factor);
+    }
     const __m256i magicBits = _mm256_set1_epi64x(0x4330000000000000LL);
     const __m256d magic = _mm256_set1_pd(4503599627370496.0);
     const __m256d half = _mm256_set1_pd(0.5);
@@ -104,8 +125,10 @@ void AffineSpansBilinear(const SourceView& source, const AffineInverse& a, const
     }
 }
 
-void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
-                           int32_t count, uint8_t* out) {
+// With kShaded the source is read as shaded by `factor` (0..256).
+template <bool kShaded>
+void ProjectiveRow(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                   int32_t count, int32_t factor, uint8_t* out) {
     // A local copy: the compiler cannot know that the pixels written do not
     // alias the view, and would reload its fields after every store.
     const SourceView s = source;
@@ -120,20 +143,35 @@ void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m,
     const __m256d a5 = _mm256_set1_pd(m.a[5]);
     const __m256d a8 = _mm256_set1_pd(m.a[8]);
     const __m128i lanes = _mm_setr_epi32(0, 1, 2, 3);
+    const __m256i factors = _mm256_set1_epi16(static_cast<int16_t>(factor));
     int32_t k = 0;
     for (; k + 4 <= count; k += 4) {
         const __m256d x = _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(xFirst + k), lanes));
         const __m256d w = _mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a6, x), a7y), a8);
         const __m256d u = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a0, x), a1y), a2), w);
         const __m256d v = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a3, x), a4y), a5), w);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Bilinear4(s, u, v));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Bilinear4<kShaded>(s, u, v, factors));
     }
     for (; k < count; ++k) {
         double u = 0.0;
         double v = 0.0;
         ProjectivePosition(m, static_cast<double>(xFirst + k), row, u, v);
-        SampleBilinear4(s, u, v, out + 4 * k);
+        if constexpr (kShaded) {
+            SampleBilinear4Shaded(s, u, v, factor, out + 4 * k);
+        } else {
+            SampleBilinear4(s, u, v, out + 4 * k);
+        }
     }
+}
+
+void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                           int32_t count, uint8_t* out) {
+    ProjectiveRow<false>(source, m, y, xFirst, count, 0, out);
+}
+
+void ProjectiveRowBilinearShaded(const SourceView& source, const ProjectiveInverse& m, int32_t y,
+                                 int32_t xFirst, int32_t count, int32_t factor, uint8_t* out) {
+    ProjectiveRow<true>(source, m, y, xFirst, count, factor, out);
 }
 
 void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, int32_t count, uint8_t* out) {
@@ -285,6 +323,7 @@ int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& wei
 
 const WarpTable kWarpTable = {AffineSpansBilinear,
                               ProjectiveRowBilinear,
+                              ProjectiveRowBilinearShaded,
                               ResizeRowBilinear4,
                               CubicAcross4,
                               CubicDown,

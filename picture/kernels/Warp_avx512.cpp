@@ -7,18 +7,48 @@
 #include <immintrin.h>
 
 // GCC 12 reports the undefined upper halves that its own AVX-512 headers use
-// as possibly uninitialised; they are not.
+// as (possibly) uninitialised; they are not.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 
 #include "picture/kernels/WarpRows.h"
 
 namespace halcyra::warp::avx512 {
 namespace {
 
-// Rule B on eight positions; returns the eight 4-byte pixels. A byte b is
-// turned into a double as the bit pattern of 2^52 + b, exactly; differences of
-// two such values are the exact byte differences of the reference.
-inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
+// ScaleAlphaPixel on sixteen pixels, for a factor of 0..256 spread to every
+// 16-bit lane, on the pixels' own 32-bit lanes: the unpacking shuffles would
+// compete with the sampler's for one port. With alpha a as the word a·256,
+// the high half of its product with f is (a·f) >> 8, the new alpha a'. Blue
+// and red, as words of their own, times a' give (c·a') >> 8 in their high
+// bytes; green, as the word g, times a' gives (g·a') >> 8 as its high byte.
+inline __m512i Shade16(__m512i pixels, __m512i factor) {
+    const __m512i alpha = _mm512_mulhi_epu16(_mm512_and_si512(pixels, _mm512_set1_epi32(0xFF000000)), factor);
+    // a' (in byte 2 of each pixel) to bytes 0 and 2, zeros in bytes 1 and 3.
+    const __m512i spread = _mm512_shuffle_epi8(
+        alpha, _mm512_broadcast_i32x4(_mm_setr_epi8(2, -128, 2, -128, 6, -128, 6, -128, 10, -128, 10, -128,
+                                                    14, -128, 14, -128)));
+    const __m512i blueRed = _mm512_srli_epi16(
+        _mm512_mullo_epi16(_mm512_and_si512(pixels, _mm512_set1_epi32(0x00FF00FF)), spread), 8);
+    const __m512i green = _mm512_and_si512(_mm512_mullo_epi16(_mm512_srli_epi16(pixels, 8), spread),
+                                           _mm512_set1_epi32(0x0000FF00));
+    return _mm512_ternarylogic_epi32(blueRed, green, _mm512_slli_epi32(alpha, 8), 0xFE);
+}
+
+// Rule B on eight positions in two steps: Fetch8 reads the 2 x 2 blocks and
+// the weights, Blend8 mixes them into the eight 4-byte pixels. A caller may
+// fetch one block of pixels ahead of the one it mixes, so that the reads
+// from memory overlap more work. A byte b is turned into a double as the bit
+// pattern of 2^52 + b, exactly; differences of two such values are the exact
+// byte differences of the reference.
+struct Fetched8 {
+    __m512i top;  // each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half
+    __m512i bottom;
+    __m512d fx;
+    __m512d fy;
+};
+
+inline Fetched8 Fetch8(const SourceView& s, __m512d sx, __m512d sy) {
     const __m512d epsilon = _mm512_set1_pd(0.0000001);
     const __m512d one = _mm512_set1_pd(1.0);
     const __m256i zero = _mm256_setzero_si256();
@@ -26,16 +56,28 @@ inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
     __m256i iy = _mm512_cvttpd_epi32(_mm512_add_pd(sy, epsilon));
     const __mmask8 insideX = _mm256_cmplt_epi32_mask(ix, _mm256_set1_epi32(s.width - 1));
     const __mmask8 insideY = _mm256_cmplt_epi32_mask(iy, _mm256_set1_epi32(s.height - 1));
-    const __m512d fx = _mm512_mask_sub_pd(one, insideX, sx, _mm512_cvtepi32_pd(ix));
-    const __m512d fy = _mm512_mask_sub_pd(one, insideY, sy, _mm512_cvtepi32_pd(iy));
+    Fetched8 f;
+    f.fx = _mm512_mask_sub_pd(one, insideX, sx, _mm512_cvtepi32_pd(ix));
+    f.fy = _mm512_mask_sub_pd(one, insideY, sy, _mm512_cvtepi32_pd(iy));
     ix = _mm256_max_epi32(_mm256_mask_blend_epi32(insideX, _mm256_set1_epi32(s.width - 2), ix), zero);
     iy = _mm256_max_epi32(_mm256_mask_blend_epi32(insideY, _mm256_set1_epi32(s.height - 2), iy), zero);
     const __m512i pitch = _mm512_set1_epi64(s.pitch);
     const __m512i offset = _mm512_add_epi64(_mm512_mul_epi32(_mm512_cvtepi32_epi64(iy), pitch),
                                             _mm512_slli_epi64(_mm512_cvtepi32_epi64(ix), 2));
-    // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
-    const __m512i top = _mm512_i64gather_epi64(offset, s.data, 1);
-    const __m512i bottom = _mm512_i64gather_epi64(_mm512_add_epi64(offset, pitch), s.data, 1);
+    f.top = _mm512_i64gather_epi64(offset, s.data, 1);
+    f.bottom = _mm512_i64gather_epi64(_mm512_add_epi64(offset, pitch), s.data, 1);
+    return f;
+}
+
+// With kShaded the pixels read are shaded by `factor` (Shade16) first.
+template <bool kShaded = false>
+inline __m256i Blend8(const Fetched8& f, __m512i factor = __m512i{}) {
+    __m512i top = f.top;
+    __m512i bottom = f.bottom;
+    if constexpr (kShaded) {
+        top = Shade16(top, factor);
+        bottom = Shade16(bottom, factor);
+    }
     const __m512i magicBits = _mm512_set1_epi64(0x4330000000000000LL);
     const __m512d magic = _mm512_set1_pd(4503599627370496.0);
     const __m512d half = _mm512_set1_pd(0.5);
@@ -46,23 +88,28 @@ inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
         const __m512i control = _mm512_broadcast_i32x4(_mm_set_epi64x(8 + index, index));
         return _mm512_castsi512_pd(_mm512_mask_shuffle_epi8(magicBits, lowBytes, lanes, control));
     };
-    __m256i result = zero;
+    __m256i result = _mm256_setzero_si256();
     for (int32_t c = 0; c < 4; ++c) {
         const __m512d b00 = byteAt(top, c);
         const __m512d b10 = byteAt(top, 4 + c);
         const __m512d b01 = byteAt(bottom, c);
         const __m512d b11 = byteAt(bottom, 4 + c);
         const __m512d topValue =
-            _mm512_add_pd(_mm512_sub_pd(b00, magic), _mm512_mul_pd(_mm512_sub_pd(b10, b00), fx));
+            _mm512_add_pd(_mm512_sub_pd(b00, magic), _mm512_mul_pd(_mm512_sub_pd(b10, b00), f.fx));
         const __m512d bottomValue =
-            _mm512_add_pd(_mm512_sub_pd(b01, magic), _mm512_mul_pd(_mm512_sub_pd(b11, b01), fx));
+            _mm512_add_pd(_mm512_sub_pd(b01, magic), _mm512_mul_pd(_mm512_sub_pd(b11, b01), f.fx));
         const __m512d value = _mm512_add_pd(
-            _mm512_add_pd(_mm512_mul_pd(_mm512_sub_pd(bottomValue, topValue), fy), half), topValue);
+            _mm512_add_pd(_mm512_mul_pd(_mm512_sub_pd(bottomValue, topValue), f.fy), half), topValue);
         // result | (low byte of the truncation << 8c), in one ternary operation.
         result = _mm256_ternarylogic_epi32(result, _mm256_slli_epi32(_mm512_cvttpd_epi32(value), 8 * c),
                                            _mm256_set1_epi32(0xff << (8 * c)), 0xF8);
     }
     return result;
+}
+
+// Rule B on eight positions; returns the eight 4-byte pixels.
+inline __m256i Bilinear8(const SourceView& s, __m512d sx, __m512d sy) {
+    return Blend8(Fetch8(s, sx, sy));
 }
 
 // Eight span rows side by side, one per lane: each lane accumulates its own
@@ -94,18 +141,25 @@ void AffineSpansBilinear(const SourceView& source, const AffineInverse& a, const
         __m512d sy = _mm512_load_pd(startY);
         __m512i offset = _mm512_load_si512(offsets);
         const __m256i remaining = _mm256_load_si256(reinterpret_cast<const __m256i*>(counts));
+        // The reads run one pixel ahead of the mixing (past the end they are
+        // wasted, and clamped into the source like any other).
+        Fetched8 fetched = Fetch8(s, sx, sy);
         for (int32_t k = 0; k < longest; ++k) {
             const __mmask8 active = _mm256_cmpgt_epi32_mask(remaining, _mm256_set1_epi32(k));
-            _mm512_mask_i64scatter_epi32(destination, active, offset, Bilinear8(s, sx, sy), 1);
             sx = _mm512_add_pd(sx, stepX);
             sy = _mm512_add_pd(sy, stepY);
+            const Fetched8 next = Fetch8(s, sx, sy);
+            _mm512_mask_i64scatter_epi32(destination, active, offset, Blend8(fetched), 1);
+            fetched = next;
             offset = _mm512_add_epi64(offset, stepOffset);
         }
     }
 }
 
-void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
-                           int32_t count, uint8_t* out) {
+// With kShaded the source is read as shaded by `factor` (0..256).
+template <bool kShaded>
+void ProjectiveRow(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                   int32_t count, int32_t factor, uint8_t* out) {
     // A local copy: the compiler cannot know that the pixels written do not
     // alias the view, and would reload its fields after every store.
     const SourceView s = source;
@@ -120,6 +174,7 @@ void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m,
     const __m512d a5 = _mm512_set1_pd(m.a[5]);
     const __m512d a8 = _mm512_set1_pd(m.a[8]);
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m512i factors = _mm512_set1_epi16(static_cast<int16_t>(factor));
     auto positions = [&](int32_t k, __m512d& u, __m512d& v) {
         const __m512d x = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(xFirst + k), lanes));
         const __m512d w = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(a6, x), a7y), a8);
@@ -128,31 +183,50 @@ void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m,
     };
     int32_t k = 0;
     if (count >= 16) {
-        // The divisions run two blocks of eight pixels ahead of the sampling,
-        // so that the divider and the sampler overlap.
+        // The divisions run two blocks of eight pixels ahead of the mixing
+        // and the reads one block ahead, so that the divider, the memory and
+        // the mixing overlap.
         __m512d u0, v0, u1, v1;
         positions(0, u0, v0);
         positions(8, u1, v1);
+        Fetched8 fetched = Fetch8(s, u0, v0);
         for (; k + 16 <= count; k += 8) {
             __m512d u2 = u1, v2 = v1;
             if (k + 24 <= count) positions(k + 16, u2, v2);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u0, v0));
-            u0 = u1, v0 = v1, u1 = u2, v1 = v2;
+            const Fetched8 next = Fetch8(s, u1, v1);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Blend8<kShaded>(fetched, factors));
+            fetched = next;
+            u1 = u2, v1 = v2;
         }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u0, v0));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Blend8<kShaded>(fetched, factors));
         k += 8;
     }
     for (; k + 8 <= count; k += 8) {
         __m512d u, v;
         positions(k, u, v);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k), Bilinear8(s, u, v));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * k),
+                            Blend8<kShaded>(Fetch8(s, u, v), factors));
     }
     for (; k < count; ++k) {
         double u = 0.0;
         double v = 0.0;
         ProjectivePosition(m, static_cast<double>(xFirst + k), row, u, v);
-        SampleBilinear4(s, u, v, out + 4 * k);
+        if constexpr (kShaded) {
+            SampleBilinear4Shaded(s, u, v, factor, out + 4 * k);
+        } else {
+            SampleBilinear4(s, u, v, out + 4 * k);
+        }
     }
+}
+
+void ProjectiveRowBilinear(const SourceView& source, const ProjectiveInverse& m, int32_t y, int32_t xFirst,
+                           int32_t count, uint8_t* out) {
+    ProjectiveRow<false>(source, m, y, xFirst, count, 0, out);
+}
+
+void ProjectiveRowBilinearShaded(const SourceView& source, const ProjectiveInverse& m, int32_t y,
+                                 int32_t xFirst, int32_t count, int32_t factor, uint8_t* out) {
+    ProjectiveRow<true>(source, m, y, xFirst, count, factor, out);
 }
 
 void ResizeRowBilinear4(const SourceView& source, const double* xs, double y, int32_t count, uint8_t* out) {
@@ -316,6 +390,7 @@ int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& wei
 
 const WarpTable kWarpTable = {AffineSpansBilinear,
                               ProjectiveRowBilinear,
+                              ProjectiveRowBilinearShaded,
                               ResizeRowBilinear4,
                               CubicAcross4,
                               CubicDown,

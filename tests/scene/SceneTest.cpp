@@ -12,6 +12,7 @@
 #include "picture/MemoryAllocator.h"
 #include "picture/PictureOps.h"
 #include "scene/Scene3D.h"
+#include "scene/detail/FaceWarp.h"
 
 namespace halcyra {
 namespace {
@@ -312,6 +313,49 @@ TEST(ShadedFaces, RandomPosesReadOnlyPreparedPixels) {
         WarpFaceInto(t, q, work.picture, kSmoothBilinear);
         ASSERT_EQ(out.bytes, expected.bytes) << "trial " << trial;
     }
+}
+
+// The box a face warp reads: poisoning every source pixel outside it changes
+// nothing, for quadrangles near and far, shrunk and grown, partly off the
+// destination, and seen nearly edge-on (where the box must widen to the whole
+// source rather than miss a read).
+TEST(FaceFootprint, HoldsEveryPixelTheWarpReads) {
+    std::mt19937 random(4242);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    int32_t bounded = 0;
+    for (int trial = 0; trial < 400; ++trial) {
+        const int32_t w = 2 + static_cast<int32_t>(unit(random) * 150);
+        const int32_t h = 2 + static_cast<int32_t>(unit(random) * 110);
+        Frame clean(w, h);
+        clean.Pattern(trial);
+        double q[8];
+        const double cx = unit(random) * 120 - 20, cy = unit(random) * 90 - 15;
+        const double r = 2.0 + unit(random) * (trial % 3 == 0 ? 400.0 : 60.0);
+        for (int k = 0; k < 4; ++k) {
+            // Corners at uneven distances give strong perspective.
+            const double a = k * M_PI / 2 + (unit(random) - 0.5) * 1.2;
+            const double rr = r * (trial % 5 == 0 ? 0.02 + unit(random) : 0.5 + unit(random) * 0.5);
+            q[2 * k] = cx + rr * std::cos(a);
+            q[2 * k + 1] = cy + rr * std::sin(a);
+        }
+        const detail::FaceFootprint box = detail::FaceFootprintOf(w, h, 100, 75, q);
+        Frame poisoned(w, h);
+        poisoned.bytes = clean.bytes;
+        for (int32_t y = 0; y < h; ++y)
+            for (int32_t x = 0; x < w; ++x)
+                if (x < box.x0 || x > box.x1 || y < box.y0 || y > box.y1)
+                    std::memset(poisoned.Px(x, y), 0xA5, 4);
+        bounded += box.x0 > 0 || box.y0 > 0 || box.x1 < w - 1 || box.y1 < h - 1;
+        Frame fromClean(100, 75, 0x40), fromPoisoned(100, 75, 0x40);
+        const bool drawn = detail::WarpSourceIntoQuad(clean.bytes.data(), w, h, w * 4, fromClean.bytes.data(),
+                                                      100, 75, 400, q, kSmoothBilinear);
+        EXPECT_EQ(detail::WarpSourceIntoQuad(poisoned.bytes.data(), w, h, w * 4, fromPoisoned.bytes.data(),
+                                             100, 75, 400, q, kSmoothBilinear),
+                  drawn);
+        ASSERT_EQ(fromClean.bytes, fromPoisoned.bytes) << "trial " << trial;
+    }
+    // Most boxes are smaller than the source, or the test proves little.
+    EXPECT_GT(bounded, 100);
 }
 
 TEST_F(SceneFixture, EdgePassMixesTheRimOfASlantedEdge) {

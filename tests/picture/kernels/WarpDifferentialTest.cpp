@@ -5,8 +5,9 @@
 // bytes included, must match byte for byte, and nothing outside the
 // destination rectangle may change. The cubic resize gets its own run, with
 // factors that put the last output column on or just past the source's rim,
-// and with a first output row. A failure prints the case's seed; set
-// HALCYRA_WARP_SEED to rerun from another base seed.
+// and with a first output row. The face warp with a shading folded into its
+// reads must also equal the reference warp of a shaded copy. A failure prints
+// the case's seed; set HALCYRA_WARP_SEED to rerun from another base seed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "picture/kernels/KernelPixel.h"
 #include "picture/kernels/Resize.h"
 #include "picture/kernels/Warp.h"
 #include "picture/kernels/WarpRows.h"
@@ -185,7 +187,7 @@ std::vector<CpuClass> VariantClasses() {
     return classes;
 }
 
-enum class Routine { Affine, Perspective, IntoQuad, Resize, ResizeCubic };
+enum class Routine { Affine, Perspective, IntoQuad, Resize, ResizeCubic, ShadedIntoQuad };
 
 // Factors for the cubic resize: growing and shrinking, products just below and
 // above whole numbers (output ends on or past the last column), and big jumps.
@@ -213,7 +215,14 @@ int32_t RunCase(Routine routine, uint64_t seed) {
     const Buffer initial = MakeBuffer(random, dw, dh, 4);
     const KernelRect sourceRect = PickSourceRect(random, sw, sh);
     const KernelRect destinationRect = PickDestinationRect(random, dw, dh);
-    const uint32_t interpolation = PickInterpolation(random);
+    uint32_t interpolation = PickInterpolation(random);
+    int32_t shade = warp::kUnshaded;
+    if (routine == Routine::ShadedIntoQuad) {
+        // Folded shading samples bilinearly only; the ends of the factor range are the likely slips.
+        interpolation = kInterpolationBilinear | (Uniform(random, 0, 1) ? kInterpolationSmoothEdges : 0);
+        static const int32_t ends[] = {0, 1, 127, 128, 254, 255, 256};
+        shade = Uniform(random, 0, 1) ? ends[Uniform(random, 0, 6)] : Uniform(random, 0, 256);
+    }
     double affine[6];
     double quad[8];
     double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
@@ -248,9 +257,10 @@ int32_t RunCase(Routine routine, uint64_t seed) {
                                                       sourceRect, destination.Data(), destination.pitch,
                                                       destinationRect, matrix, interpolation);
             case Routine::IntoQuad:
-                return warp::WarpPerspectiveIntoQuadWithTable(table, source.Data(), {sw, sh}, source.pitch,
-                                                              whole, destination.Data(), destination.pitch,
-                                                              destinationRect, quad, matrix, interpolation);
+            case Routine::ShadedIntoQuad:
+                return warp::WarpPerspectiveIntoQuadWithTable(
+                    table, source.Data(), {sw, sh}, source.pitch, whole, destination.Data(),
+                    destination.pitch, destinationRect, quad, matrix, interpolation, shade);
             case Routine::Resize:
                 return warp::Resize4WithTable(table, source.Data(), {sw, sh}, source.pitch, sourceRect,
                                               destination.Data(), destination.pitch, {dw, dh}, xFactor,
@@ -287,6 +297,23 @@ int32_t RunCase(Routine routine, uint64_t seed) {
             << where << ": rows from " << firstRow << " differ from the whole resize";
     }
     if (status != kStatusOk) EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;
+    if (routine == Routine::ShadedIntoQuad) {
+        // Folding the shading into the reads gives the warp of a shaded copy.
+        Buffer shadedSource = source;
+        for (int32_t y = 0; y < sh; ++y) {
+            uint8_t* row = shadedSource.Data() + static_cast<size_t>(shadedSource.pitch) * y;
+            for (int32_t x = 0; x < sw; ++x) ScaleAlphaPixel(row + 4 * x, row + 4 * x, shade);
+        }
+        Buffer copied = initial;
+        EXPECT_EQ(warp::WarpPerspectiveIntoQuadWithTable(warp::WarpTableFor(CpuClass::Reference),
+                                                         shadedSource.Data(), {sw, sh}, shadedSource.pitch,
+                                                         whole, copied.Data(), copied.pitch, destinationRect,
+                                                         quad, matrix, interpolation),
+                  status)
+            << where;
+        if (copied.bytes != expected.bytes)
+            ADD_FAILURE() << where << ": factor " << shade << " differs from a shaded copy";
+    }
     for (CpuClass cpuClass : VariantClasses()) {
         Buffer actual = initial;
         EXPECT_EQ(run(cpuClass, actual), status) << where << ", class " << static_cast<int>(cpuClass);
@@ -315,6 +342,9 @@ TEST(WarpDifferential, PerspectiveMatchesReference) {
 }
 TEST(WarpDifferential, FaceQuadMatchesReference) {
     RunMany(Routine::IntoQuad, 3000);
+}
+TEST(WarpDifferential, ShadedFaceQuadMatchesReferenceAndShadedCopy) {
+    RunMany(Routine::ShadedIntoQuad, 3000);
 }
 TEST(WarpDifferential, ResizeMatchesReference) {
     RunMany(Routine::Resize, 3000);

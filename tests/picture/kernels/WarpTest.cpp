@@ -208,5 +208,27 @@ TEST(WarpPerspective, RefusesDegenerateMatricesAndFacesSeenEdgeOn) {
     EXPECT_EQ(d.bytes, before);
 }
 
+// Folded shading takes factors 0..256 with bilinear sampling only; anything
+// else is refused after the pointer and size checks, writing nothing.
+TEST(WarpPerspective, ShadedWarpRefusesWhatItCannotFold) {
+    Frame s = Gradient(8, 8);
+    Frame d(8, 8, 3);
+    const auto before = d.bytes;
+    const double quad[8] = {0, 0, 7, 1, 6, 7, 1, 6};
+    double matrix[9];
+    const KernelRect whole = s.Whole();
+    ASSERT_EQ(KernelPerspectiveFromQuad(&whole, quad, matrix), kStatusOk);
+    auto warp = [&](const uint8_t* source, uint32_t code, int32_t factor) {
+        return WarpShadedPerspectiveIntoQuad(source, s.Size(), s.pitch, s.Whole(), d.bytes.data(), d.pitch,
+                                             d.Whole(), quad, matrix, code, factor);
+    };
+    for (const int32_t factor : {-1, 257, INT32_MIN})
+        EXPECT_EQ(warp(s.bytes.data(), 2, factor), kStatusBadArgument);
+    EXPECT_EQ(warp(s.bytes.data(), 1, 128), kStatusBadArgument);
+    EXPECT_EQ(warp(nullptr, 2, 257), kStatusNullPointer);
+    EXPECT_EQ(d.bytes, before);
+    EXPECT_EQ(warp(s.bytes.data(), 2 | kInterpolationSmoothEdges, 256), kStatusOk);
+}
+
 }  // namespace
 }  // namespace halcyra

@@ -28,12 +28,20 @@ inline __m256i Shade8(__m256i pixels, __m256i factor) {
                                words(_mm256_unpackhi_epi8(zero, pixels)));
 }
 
-// Rule B on four positions; returns the four 4-byte pixels. A byte b is turned
-// into a double as the bit pattern of 2^52 + b, exactly; differences of two
-// such values are the exact byte differences of the reference. With kShaded
-// the pixels read are shaded by `factor` (Shade8) first.
-template <bool kShaded = false>
-inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy, __m256i factor = __m256i{}) {
+// Rule B on four positions in two steps: Fetch4 reads the 2 x 2 blocks and
+// the weights, Blend4 mixes them into the four 4-byte pixels. A caller may
+// fetch one block of pixels ahead of the one it mixes, so that the reads from
+// memory overlap more work. A byte b is turned into a double as the bit
+// pattern of 2^52 + b, exactly; differences of two such values are the exact
+// byte differences of the reference.
+struct Fetched4 {
+    __m256i top;  // each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half
+    __m256i bottom;
+    __m256d fx;
+    __m256d fy;
+};
+
+inline Fetched4 Fetch4(const SourceView& s, __m256d sx, __m256d sy) {
     const __m256d epsilon = _mm256_set1_pd(0.0000001);
     const __m256d one = _mm256_set1_pd(1.0);
     const __m128i zero = _mm_setzero_si128();
@@ -41,19 +49,27 @@ inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy, __m256i fa
     __m128i iy = _mm256_cvttpd_epi32(_mm256_add_pd(sy, epsilon));
     const __m128i insideX = _mm_cmplt_epi32(ix, _mm_set1_epi32(s.width - 1));
     const __m128i insideY = _mm_cmplt_epi32(iy, _mm_set1_epi32(s.height - 1));
-    const __m256d fx = _mm256_blendv_pd(one, _mm256_sub_pd(sx, _mm256_cvtepi32_pd(ix)),
-                                        _mm256_castsi256_pd(_mm256_cvtepi32_epi64(insideX)));
-    const __m256d fy = _mm256_blendv_pd(one, _mm256_sub_pd(sy, _mm256_cvtepi32_pd(iy)),
-                                        _mm256_castsi256_pd(_mm256_cvtepi32_epi64(insideY)));
+    Fetched4 f;
+    f.fx = _mm256_blendv_pd(one, _mm256_sub_pd(sx, _mm256_cvtepi32_pd(ix)),
+                            _mm256_castsi256_pd(_mm256_cvtepi32_epi64(insideX)));
+    f.fy = _mm256_blendv_pd(one, _mm256_sub_pd(sy, _mm256_cvtepi32_pd(iy)),
+                            _mm256_castsi256_pd(_mm256_cvtepi32_epi64(insideY)));
     ix = _mm_max_epi32(_mm_blendv_epi8(_mm_set1_epi32(s.width - 2), ix, insideX), zero);
     iy = _mm_max_epi32(_mm_blendv_epi8(_mm_set1_epi32(s.height - 2), iy, insideY), zero);
     const __m256i pitch = _mm256_set1_epi64x(s.pitch);
     const __m256i offset = _mm256_add_epi64(_mm256_mul_epi32(_mm256_cvtepi32_epi64(iy), pitch),
                                             _mm256_slli_epi64(_mm256_cvtepi32_epi64(ix), 2));
     const auto* base = reinterpret_cast<const long long*>(s.data);
-    // Each lane: the pixel at (ix, iy) in its low half, its right neighbour in the high half.
-    __m256i top = _mm256_i64gather_epi64(base, offset, 1);
-    __m256i bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
+    f.top = _mm256_i64gather_epi64(base, offset, 1);
+    f.bottom = _mm256_i64gather_epi64(base, _mm256_add_epi64(offset, pitch), 1);
+    return f;
+}
+
+// With kShaded the pixels read are shaded by `factor` (Shade8) first.
+template <bool kShaded = false>
+inline __m128i Blend4(const Fetched4& f, __m256i factor = __m256i{}) {
+    __m256i top = f.top;
+    __m256i bottom = f.bottom;
     if constexpr (kShaded) {
         top = Shade8(top, factor);
         bottom = Shade8(bottom, factor);
@@ -69,22 +85,27 @@ inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy, __m256i fa
         return _mm256_castsi256_pd(
             _mm256_or_si256(_mm256_shuffle_epi8(lanes, _mm256_broadcastsi128_si256(control)), magicBits));
     };
-    __m128i result = zero;
+    __m128i result = _mm_setzero_si128();
     for (int32_t c = 0; c < 4; ++c) {
         const __m256d b00 = byteAt(top, c);
         const __m256d b10 = byteAt(top, 4 + c);
         const __m256d b01 = byteAt(bottom, c);
         const __m256d b11 = byteAt(bottom, 4 + c);
         const __m256d topValue =
-            _mm256_add_pd(_mm256_sub_pd(b00, magic), _mm256_mul_pd(_mm256_sub_pd(b10, b00), fx));
+            _mm256_add_pd(_mm256_sub_pd(b00, magic), _mm256_mul_pd(_mm256_sub_pd(b10, b00), f.fx));
         const __m256d bottomValue =
-            _mm256_add_pd(_mm256_sub_pd(b01, magic), _mm256_mul_pd(_mm256_sub_pd(b11, b01), fx));
+            _mm256_add_pd(_mm256_sub_pd(b01, magic), _mm256_mul_pd(_mm256_sub_pd(b11, b01), f.fx));
         const __m256d value = _mm256_add_pd(
-            _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(bottomValue, topValue), fy), half), topValue);
+            _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(bottomValue, topValue), f.fy), half), topValue);
         const __m128i bytes = _mm_and_si128(_mm256_cvttpd_epi32(value), _mm_set1_epi32(0xff));
         result = _mm_or_si128(result, _mm_sll_epi32(bytes, _mm_cvtsi32_si128(8 * c)));
     }
     return result;
+}
+
+// Rule B on four positions; returns the four 4-byte pixels.
+inline __m128i Bilinear4(const SourceView& s, __m256d sx, __m256d sy) {
+    return Blend4(Fetch4(s, sx, sy));
 }
 
 // Four span rows side by side, one per lane: each lane accumulates its own
@@ -114,13 +135,18 @@ void AffineSpansBilinear(const SourceView& source, const AffineInverse& a, const
         }
         __m256d sx = _mm256_load_pd(startX);
         __m256d sy = _mm256_load_pd(startY);
+        // The reads run one pixel ahead of the mixing (past the end they are
+        // wasted, and clamped into the source like any other).
+        Fetched4 fetched = Fetch4(s, sx, sy);
         for (int32_t k = 0; k < longest; ++k) {
-            alignas(16) uint32_t pixels[4];
-            _mm_store_si128(reinterpret_cast<__m128i*>(pixels), Bilinear4(s, sx, sy));
-            for (int32_t lane = 0; lane < 4; ++lane)
-                if (k < counts[lane]) std::memcpy(out[lane] + 4 * k, &pixels[lane], 4);
             sx = _mm256_add_pd(sx, stepX);
             sy = _mm256_add_pd(sy, stepY);
+            const Fetched4 next = Fetch4(s, sx, sy);
+            alignas(16) uint32_t pixels[4];
+            _mm_store_si128(reinterpret_cast<__m128i*>(pixels), Blend4(fetched));
+            for (int32_t lane = 0; lane < 4; ++lane)
+                if (k < counts[lane]) std::memcpy(out[lane] + 4 * k, &pixels[lane], 4);
+            fetched = next;
         }
     }
 }
@@ -144,13 +170,36 @@ void ProjectiveRow(const SourceView& source, const ProjectiveInverse& m, int32_t
     const __m256d a8 = _mm256_set1_pd(m.a[8]);
     const __m128i lanes = _mm_setr_epi32(0, 1, 2, 3);
     const __m256i factors = _mm256_set1_epi16(static_cast<int16_t>(factor));
-    int32_t k = 0;
-    for (; k + 4 <= count; k += 4) {
+    auto positions = [&](int32_t k, __m256d& u, __m256d& v) {
         const __m256d x = _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(xFirst + k), lanes));
         const __m256d w = _mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a6, x), a7y), a8);
-        const __m256d u = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a0, x), a1y), a2), w);
-        const __m256d v = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a3, x), a4y), a5), w);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Bilinear4<kShaded>(s, u, v, factors));
+        u = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a0, x), a1y), a2), w);
+        v = _mm256_div_pd(_mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(a3, x), a4y), a5), w);
+    };
+    int32_t k = 0;
+    if (count >= 8) {
+        // The divisions run two blocks of four pixels ahead of the mixing and
+        // the reads one block ahead, so that the divider, the memory and the
+        // mixing overlap.
+        __m256d u0, v0, u1, v1;
+        positions(0, u0, v0);
+        positions(4, u1, v1);
+        Fetched4 fetched = Fetch4(s, u0, v0);
+        for (; k + 8 <= count; k += 4) {
+            __m256d u2 = u1, v2 = v1;
+            if (k + 12 <= count) positions(k + 8, u2, v2);
+            const Fetched4 next = Fetch4(s, u1, v1);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Blend4<kShaded>(fetched, factors));
+            fetched = next;
+            u1 = u2, v1 = v2;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Blend4<kShaded>(fetched, factors));
+        k += 4;
+    }
+    for (; k + 4 <= count; k += 4) {
+        __m256d u, v;
+        positions(k, u, v);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), Blend4<kShaded>(Fetch4(s, u, v), factors));
     }
     for (; k < count; ++k) {
         double u = 0.0;

@@ -296,7 +296,9 @@ int32_t RunCase(Routine routine, uint64_t seed) {
             std::equal(expected.bytes.begin() + split, expected.bytes.end(), whole.bytes.begin() + split))
             << where << ": rows from " << firstRow << " differ from the whole resize";
     }
-    if (status != kStatusOk) EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;
+    if (status != kStatusOk) {
+        EXPECT_EQ(expected.bytes, initial.bytes) << where << ": status " << status;
+    }
     if (routine == Routine::ShadedIntoQuad) {
         // Folding the shading into the reads gives the warp of a shaded copy.
         Buffer shadedSource = source;

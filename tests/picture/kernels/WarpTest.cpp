@@ -122,7 +122,9 @@ TEST(WarpAffine, SmoothPassBlendsOnlyOutsideARotatedPicture) {
     ASSERT_EQ(Affine(s, smooth, turn, kInterpolationBilinear | kInterpolationSmoothEdges), kStatusOk);
     int32_t blended = 0;
     for (size_t i = 0; i < hard.bytes.size(); ++i) {
-        if (hard.bytes[i] == 200) EXPECT_EQ(smooth.bytes[i], 200) << i;  // inside: unchanged
+        if (hard.bytes[i] == 200) {
+            EXPECT_EQ(smooth.bytes[i], 200) << i;  // inside: unchanged
+        }
         if (hard.bytes[i] != smooth.bytes[i]) {
             EXPECT_EQ(hard.bytes[i], 0) << i;
             EXPECT_GT(smooth.bytes[i], 0);

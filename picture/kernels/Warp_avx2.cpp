@@ -276,6 +276,29 @@ int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t co
     return x;
 }
 
+// The truncated sums that value(i) gives for eight floats from i, clamped to
+// 0..255 by two saturating packs and stored, 32 at a time and then 8; returns
+// how many were stored.
+template <class Value>
+inline int32_t StoreClampedBytes(Value value, int32_t count, uint8_t* out) {
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int32_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const __m256i words01 = _mm256_packs_epi32(value(i), value(i + 8));
+        const __m256i words23 = _mm256_packs_epi32(value(i + 16), value(i + 24));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
+                            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words01, words23), order));
+    }
+    for (; i + 8 <= count; i += 8) {
+        const __m256i words = _mm256_packs_epi32(value(i), _mm256_setzero_si256());
+        const __m256i bytes = _mm256_packus_epi16(words, words);
+        _mm_storel_epi64(
+            reinterpret_cast<__m128i*>(out + i),
+            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+    }
+    return i;
+}
+
 // Rule C's vertical pass, 32 floats at a time, each operation the scalar one.
 // Truncation gives INT32_MIN where the scalar conversion does, and the two
 // saturating packs clamp to 0..255 as the scalar clamp does.
@@ -301,22 +324,7 @@ int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t
         v = _mm256_add_ps(v, _mm256_mul_ps(bend, d3));
         return _mm256_cvttps_epi32(_mm256_add_ps(v, half));
     };
-    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    int32_t i = 0;
-    for (; i + 32 <= count; i += 32) {
-        const __m256i words01 = _mm256_packs_epi32(value(i), value(i + 8));
-        const __m256i words23 = _mm256_packs_epi32(value(i + 16), value(i + 24));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
-                            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words01, words23), order));
-    }
-    for (; i + 8 <= count; i += 8) {
-        const __m256i words = _mm256_packs_epi32(value(i), _mm256_setzero_si256());
-        const __m256i bytes = _mm256_packus_epi16(words, words);
-        _mm_storel_epi64(
-            reinterpret_cast<__m128i*>(out + i),
-            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
-    }
-    return i;
+    return StoreClampedBytes(value, count, out);
 }
 
 // The vertical differences of four rows, kept for the output rows that share them.
@@ -357,15 +365,7 @@ int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& wei
         v = _mm256_add_ps(v, _mm256_mul_ps(bend, _mm256_loadu_ps(d3 + i)));
         return _mm256_cvttps_epi32(_mm256_add_ps(v, half));
     };
-    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    int32_t i = 0;
-    for (; i + 32 <= count; i += 32) {
-        const __m256i words01 = _mm256_packs_epi32(value(i), value(i + 8));
-        const __m256i words23 = _mm256_packs_epi32(value(i + 16), value(i + 24));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
-                            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words01, words23), order));
-    }
-    return i;
+    return StoreClampedBytes(value, count, out);
 }
 
 }  // namespace

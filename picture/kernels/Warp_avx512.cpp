@@ -293,6 +293,26 @@ int32_t CubicAcross4(const uint8_t* row, const CubicColumns& columns, int32_t co
     return x;
 }
 
+// The truncated sums that value(i) gives for sixteen floats from i, clamped to
+// 0..255 by two saturating packs and stored, 64 at a time and then 16; returns
+// how many were stored. The packs work within 128-bit lanes: 4-byte group j
+// of lane l holds floats 16 j + 4 l.. of the block.
+template <class Value>
+inline int32_t StoreClampedBytes(Value value, int32_t count, uint8_t* out) {
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    const __m512i zero = _mm512_setzero_si512();
+    int32_t i = 0;
+    for (; i + 64 <= count; i += 64) {
+        const __m512i words01 = _mm512_packs_epi32(value(i), value(i + 16));
+        const __m512i words23 = _mm512_packs_epi32(value(i + 32), value(i + 48));
+        _mm512_storeu_si512(out + i, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(words01, words23)));
+    }
+    for (; i + 16 <= count; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
+                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(value(i), zero)));
+    return i;
+}
+
 // Rule C's vertical pass, 64 floats at a time, each operation the scalar one.
 // Truncation gives INT32_MIN where the scalar conversion does, and the two
 // saturating packs clamp to 0..255 as the scalar clamp does.
@@ -318,20 +338,7 @@ int32_t CubicDown(const float* const* rows, const CubicWeights& weights, int32_t
         v = _mm512_add_ps(v, _mm512_mul_ps(bend, d3));
         return _mm512_cvttps_epi32(_mm512_add_ps(v, half));
     };
-    // The packs work within 128-bit lanes: 4-byte group j of lane l holds
-    // floats 16 j + 4 l.. of the block.
-    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    const __m512i zero = _mm512_setzero_si512();
-    int32_t i = 0;
-    for (; i + 64 <= count; i += 64) {
-        const __m512i words01 = _mm512_packs_epi32(value(i), value(i + 16));
-        const __m512i words23 = _mm512_packs_epi32(value(i + 32), value(i + 48));
-        _mm512_storeu_si512(out + i, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(words01, words23)));
-    }
-    for (; i + 16 <= count; i += 16)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
-                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(value(i), zero)));
-    return i;
+    return StoreClampedBytes(value, count, out);
 }
 
 // The vertical differences of four rows, kept for the output rows that share them.
@@ -372,18 +379,7 @@ int32_t CubicSum(const float* f0, const float* const* d, const CubicWeights& wei
         v = _mm512_add_ps(v, _mm512_mul_ps(bend, _mm512_loadu_ps(d3 + i)));
         return _mm512_cvttps_epi32(_mm512_add_ps(v, half));
     };
-    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    const __m512i zero = _mm512_setzero_si512();
-    int32_t i = 0;
-    for (; i + 64 <= count; i += 64) {
-        const __m512i words01 = _mm512_packs_epi32(value(i), value(i + 16));
-        const __m512i words23 = _mm512_packs_epi32(value(i + 32), value(i + 48));
-        _mm512_storeu_si512(out + i, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(words01, words23)));
-    }
-    for (; i + 16 <= count; i += 16)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
-                         _mm512_cvtusepi32_epi8(_mm512_max_epi32(value(i), zero)));
-    return i;
+    return StoreClampedBytes(value, count, out);
 }
 
 }  // namespace
